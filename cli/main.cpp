@@ -1,0 +1,31 @@
+// brisavane-cli: the headless companion of the desktop program, on the same core.
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "AnalyzeCommand.h"
+#include "ExitCodes.h"
+
+namespace {
+void PrintUsage(std::ostream& out) {
+    out << "usage: brisavane-cli analyze WHITE\n";
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty()) {
+        PrintUsage(std::cerr);
+        return kExitUnusable;
+    }
+    const std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (args[0] == "analyze") return RunAnalyze(rest, std::cout, std::cerr);
+    if (args[0] == "--help" || args[0] == "-h") {
+        PrintUsage(std::cout);
+        return kExitOk;
+    }
+    std::cerr << "brisavane-cli: unknown command '" << args[0] << "'\n";
+    PrintUsage(std::cerr);
+    return kExitUnusable;
+}

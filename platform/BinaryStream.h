@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+class FolderItem;
+class MemoryBlock;
+
+// A positioned byte stream on one file, with a byte order flag for the typed
+// reads and writes. Reads past the end come back short: typed reads give 0 for
+// the bytes that are missing and raw reads fill only what was read.
+class BinaryStream {
+public:
+    // An existing file, read-only or for update in place (never truncated).
+    // nil when the file can't be opened or is a folder.
+    static std::shared_ptr<BinaryStream> Open(const FolderItem& file, bool readWrite = false);
+    // A new empty file; nil when it exists and overwrite is false, or on failure.
+    static std::shared_ptr<BinaryStream> Create(const FolderItem& file, bool overwrite);
+
+    ~BinaryStream();
+    BinaryStream(const BinaryStream&) = delete;
+    BinaryStream& operator=(const BinaryStream&) = delete;
+
+    bool LittleEndian = true;
+
+    std::int64_t Position() const;
+    void SetPosition(std::int64_t position);
+    std::int64_t Length() const;
+    bool EndOfFile() const;
+
+    std::uint8_t ReadUInt8();
+    std::uint16_t ReadUInt16();
+    std::uint32_t ReadUInt32();
+    // Reads up to count bytes into dest and returns how many arrived.
+    std::size_t Read(std::uint8_t* dest, std::size_t count);
+    std::size_t Read(MemoryBlock& dest, std::size_t count);
+    std::string Read(std::size_t count);
+
+    void WriteUInt8(std::uint8_t value);
+    void WriteUInt16(std::uint16_t value);
+    void WriteUInt32(std::uint32_t value);
+    void Write(const std::uint8_t* src, std::size_t count);
+    void Write(const std::string& bytes);
+
+    // 0 while every write so far reached the file. Pending output is pushed to
+    // the file first, so a failure that buffering would hide still shows here.
+    int LastErrorCode();
+    void Flush();
+    void Close();
+    bool IsOpen() const { return file_ != nullptr; }
+
+private:
+    BinaryStream(std::FILE* file, std::filesystem::path path);
+    std::FILE* Handle() const;
+    void PrepareFor(bool writing);
+    std::uint64_t ReadUnsigned(std::size_t width);
+    void WriteUnsigned(std::size_t width, std::uint64_t value);
+    void NoteError();
+
+    std::FILE* file_;
+    std::filesystem::path path_;
+    int lastError_ = 0;
+    bool lastWasWrite_ = false;
+};

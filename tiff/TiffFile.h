@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "BinaryStream.h"
+#include "Dialogs.h"
+#include "FloatArray3.h"
+#include "FolderItem.h"
+#include "MemoryBlock.h"
+#include "Progress.h"
+
+// Where a TiffFile reports and whom it asks. The window passes its progress
+// bars and dialogs; the command-line tool and the tests pass their own.
+struct TiffServices {
+    Progress* analyzeProgress = &NoProgress::Instance();
+    Progress* equalizeProgress = &NoProgress::Instance();
+    Dialogs* dialogs = nullptr;
+};
+
+// The name of the file type that the open and save dialogs filter on.
+inline constexpr const char* kImageTiffType = "image/tiff";
+
+// One TIFF file on disk: the fields of its first image directory, the sizes
+// derived from them, and a stream on the file. The program handles interleaved
+// RGB in one strip, 8 or 16 bits a sample, in either byte order.
+class TiffFile {
+public:
+    explicit TiffFile(TiffServices services = {}) : services_(services) {}
+    virtual ~TiffFile() = default;
+
+    // The record, in its declared order.
+    std::int64_t BitsPerSample = 0;
+    std::int64_t BytesPerPixel = 0;
+    std::int64_t BytesPerRow = 0;
+    std::int64_t Compression = 0;
+    std::int64_t Configuration = 0;
+    std::int64_t ImageOffset = 0;
+    std::int64_t ImageWidth = 0;
+    std::int64_t Interpretation = 0;
+    std::int64_t RowsPerStrip = 0;
+    std::int64_t SamplesPerPixel = 0;
+    std::string errstr;
+    std::shared_ptr<FolderItem> fi;
+    std::shared_ptr<BinaryStream> imagefile;
+    std::int64_t ImageHeight = 0;
+    std::shared_ptr<MemoryBlock> imageBuffer;
+    std::int64_t ProfileLength = 0;
+    std::int64_t ProfileOffset = 0;
+    std::int64_t StripByteCount = 0;
+    bool LittleEndian = false;
+    std::shared_ptr<MemoryBlock> profileBuffer;
+    FloatArray3 img;
+    double MaxLuminance = 0.0;
+    std::int64_t PixelCount = 0;
+    bool SwapBytes = false;
+    bool HostLittleEndian = false;
+    std::int64_t pxmax = 0;
+    std::int64_t pymax = 0;
+    double MinLuminance = 0.0;
+
+    // Parses the header and first directory of fi. True on failure, with the
+    // words in errstr and the stream closed. False when parsed, and also when
+    // fi is nil, in which case nothing at all is done.
+    virtual bool OpenTIFF();
+    // The open and save dialogs, filtered by "image/tiff"; a cancel leaves fi nil.
+    virtual void AskOpen();
+    virtual void AskSave(const std::string& name);
+    // Brightest and darkest green sample of the whole buffer (after ReadImage).
+    virtual void FindMaxLuminance();
+    // The same, row by row from the file, with the place of the brightest sample.
+    // Leaves its own stream open in imagefile.
+    virtual void FindMaxLuminanceDisk();
+
+    // True when ImageHeight rows of BytesPerRow bytes from ImageOffset on lie
+    // inside the file, so that streaming them needs no guesswork.
+    bool PixelDataWithinFile() const;
+
+protected:
+    Progress& AnalyzeProgress() const { return *services_.analyzeProgress; }
+    Progress& EqualizeProgress() const { return *services_.equalizeProgress; }
+    Dialogs& FileDialogs() const;
+
+private:
+    bool Refuse(const std::string& words);
+    bool ReadEntry(MemoryBlock& entry);
+    void ReadBitsPerSample(std::uint32_t offset, std::uint32_t count);
+    void DeriveSizes();
+
+    TiffServices services_;
+};

@@ -1,0 +1,55 @@
+#include "WhiteCard.h"
+
+#include "NumberText.h"
+
+WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, bool openFailed) {
+    if (candidate.ImageHeight != candidate.RowsPerStrip) return WhiteCardVerdict::NotOneStrip;
+    if (openFailed || !candidate.fi) return WhiteCardVerdict::NotOpened;
+    if (!candidate.PixelDataWithinFile()) return WhiteCardVerdict::Incomplete;
+    return WhiteCardVerdict::Accepted;
+}
+
+std::string RefusalText(WhiteCardVerdict verdict, const TiffFile& candidate) {
+    switch (verdict) {
+        case WhiteCardVerdict::NotOneStrip:
+            return "Error: The white card image must be in one contiguous strip";
+        case WhiteCardVerdict::Incomplete:
+            return "Error: The white card image data is incomplete: the file ends before its "
+                   "last pixel row.";
+        case WhiteCardVerdict::NotOpened: return candidate.errstr;
+        case WhiteCardVerdict::Accepted: break;
+    }
+    return "";
+}
+
+std::string InfoText(const TiffFile& white) {
+    return std::to_string(white.ImageWidth) + " x " + std::to_string(white.ImageHeight) +
+           " pixels  " + std::to_string(white.BitsPerSample) + " bits/channel";
+}
+
+std::string MaxValText(const TiffFile& white) {
+    if (white.BytesPerPixel == 3) return CStr(white.MaxLuminance);
+    return CStr(white.MaxLuminance) + " (" + CStr(Round(white.MaxLuminance / 257.0)) + ")";
+}
+
+std::string MaxLocText(const TiffFile& white) {
+    return "  x: " + std::to_string(white.pxmax) + "  y: " + std::to_string(white.pymax);
+}
+
+std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& error,
+                                        TiffServices services) {
+    auto candidate = std::make_shared<TiffFile>(services);
+    candidate->fi = GetFolderItem(std::filesystem::absolute(path).string());
+    if (!candidate->fi || !candidate->fi->Exists() || candidate->fi->Directory()) {
+        error = "Error: The white card file can't be opened: " + path;
+        return nullptr;
+    }
+    const bool openFailed = candidate->OpenTIFF();
+    const WhiteCardVerdict verdict = JudgeWhiteCard(*candidate, openFailed);
+    if (verdict != WhiteCardVerdict::Accepted) {
+        error = RefusalText(verdict, *candidate);
+        return nullptr;
+    }
+    candidate->FindMaxLuminanceDisk();
+    return candidate;
+}
