@@ -9,6 +9,7 @@
 #include "FloatArray3.h"
 #include "FolderItem.h"
 #include "MemoryBlock.h"
+#include "Picture.h"
 #include "Progress.h"
 
 // Where a TiffFile reports and whom it asks. The window passes its progress
@@ -66,6 +67,9 @@ public:
     virtual bool OpenTIFF();
     // The open and save dialogs, filtered by "image/tiff"; a cancel leaves fi nil.
     virtual void AskOpen();
+    // A decimated picture of the file that fits width x height, read row by row
+    // from the open imagefile; the image is never enlarged.
+    virtual std::shared_ptr<Picture> MakeScaledPictureDisk(std::int64_t width, std::int64_t height);
     virtual void AskSave(const std::string& name);
     // Brightest and darkest green sample of the whole buffer (after ReadImage).
     virtual void FindMaxLuminance();

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+// How an image is decimated into a preview that fits a room: the preview's
+// size and the whole-number steps between the image columns and rows that it
+// shows. The image is never enlarged. Shared by the file previews and the
+// result preview drawn while equalizing, so both pick the same pixels.
+struct PreviewGeometry {
+    double scale = 1.0;
+    std::int64_t width = 0;     // preview columns
+    std::int64_t height = 0;    // preview rows
+    std::int64_t columnStep = 1;
+    std::int64_t byteStep = 1;  // columnStep x bytes a pixel
+    std::int64_t rowStep = 1;
+
+    static PreviewGeometry For(std::int64_t imageWidth, std::int64_t imageHeight,
+                               std::int64_t bytesPerPixel, std::int64_t roomWidth,
+                               std::int64_t roomHeight);
+    // Whether the byte offset o within a row starts a chosen pixel.
+    bool ChosenOffset(std::int64_t o) const { return o % byteStep == 0; }
+};
