@@ -16,7 +16,7 @@ struct CanvasSize {
 // What the batch needs of the main window's controls. The window implements it
 // with its widgets; tests implement it with a fake that records what happened.
 class BatchHost {
-public:
+  public:
     virtual ~BatchHost() = default;
 
     // The subject list: column 1 the tick, column 2 the file name, the row

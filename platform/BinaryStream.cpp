@@ -54,7 +54,9 @@ void BinaryStream::NoteError() {
     if (lastError_ == 0) lastError_ = errno != 0 ? errno : EIO;
 }
 
-std::int64_t BinaryStream::Position() const { return std::ftell(Handle()); }
+std::int64_t BinaryStream::Position() const {
+    return std::ftell(Handle());
+}
 
 void BinaryStream::SetPosition(std::int64_t position) {
     std::FILE* f = Handle();
@@ -71,7 +73,9 @@ std::int64_t BinaryStream::Length() const {
     return ec ? 0 : static_cast<std::int64_t>(size);
 }
 
-bool BinaryStream::EndOfFile() const { return Position() >= Length(); }
+bool BinaryStream::EndOfFile() const {
+    return Position() >= Length();
+}
 
 std::size_t BinaryStream::Read(std::uint8_t* dest, std::size_t count) {
     PrepareFor(false);
@@ -102,9 +106,15 @@ std::uint64_t BinaryStream::ReadUnsigned(std::size_t width) {
     return value;
 }
 
-std::uint8_t BinaryStream::ReadUInt8() { return static_cast<std::uint8_t>(ReadUnsigned(1)); }
-std::uint16_t BinaryStream::ReadUInt16() { return static_cast<std::uint16_t>(ReadUnsigned(2)); }
-std::uint32_t BinaryStream::ReadUInt32() { return static_cast<std::uint32_t>(ReadUnsigned(4)); }
+std::uint8_t BinaryStream::ReadUInt8() {
+    return static_cast<std::uint8_t>(ReadUnsigned(1));
+}
+std::uint16_t BinaryStream::ReadUInt16() {
+    return static_cast<std::uint16_t>(ReadUnsigned(2));
+}
+std::uint32_t BinaryStream::ReadUInt32() {
+    return static_cast<std::uint32_t>(ReadUnsigned(4));
+}
 
 void BinaryStream::Write(const std::uint8_t* src, std::size_t count) {
     PrepareFor(true);
@@ -125,9 +135,15 @@ void BinaryStream::WriteUnsigned(std::size_t width, std::uint64_t value) {
     Write(raw, width);
 }
 
-void BinaryStream::WriteUInt8(std::uint8_t value) { WriteUnsigned(1, value); }
-void BinaryStream::WriteUInt16(std::uint16_t value) { WriteUnsigned(2, value); }
-void BinaryStream::WriteUInt32(std::uint32_t value) { WriteUnsigned(4, value); }
+void BinaryStream::WriteUInt8(std::uint8_t value) {
+    WriteUnsigned(1, value);
+}
+void BinaryStream::WriteUInt16(std::uint16_t value) {
+    WriteUnsigned(2, value);
+}
+void BinaryStream::WriteUInt32(std::uint32_t value) {
+    WriteUnsigned(4, value);
+}
 
 int BinaryStream::LastErrorCode() {
     if (file_) Flush();

@@ -14,7 +14,7 @@ class MemoryBlock;
 // reads and writes. Reads past the end come back short: typed reads give 0 for
 // the bytes that are missing and raw reads fill only what was read.
 class BinaryStream {
-public:
+  public:
     // An existing file, read-only or for update in place (never truncated).
     // nil when the file can't be opened or is a folder.
     static std::shared_ptr<BinaryStream> Open(const FolderItem& file, bool readWrite = false);
@@ -53,7 +53,7 @@ public:
     void Close();
     bool IsOpen() const { return file_ != nullptr; }
 
-private:
+  private:
     BinaryStream(std::FILE* file, std::filesystem::path path);
     std::FILE* Handle() const;
     void PrepareFor(bool writing);

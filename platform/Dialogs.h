@@ -8,7 +8,7 @@ class FolderItem;
 // The modal questions the program asks. The window answers them with real
 // dialogs; tests answer them with prepared files.
 class Dialogs {
-public:
+  public:
     virtual ~Dialogs() = default;
     // Each gives nil when the user cancels.
     virtual std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string& fileType) = 0;
@@ -20,7 +20,7 @@ public:
 
 // The user's request to stop, and the event pump that lets it arrive.
 class EventPump {
-public:
+  public:
     virtual ~EventPump() = default;
     // True once the user has asked to stop since the running operation began.
     virtual bool UserCancelled() = 0;

@@ -8,17 +8,18 @@
 // that may be missing goes through Deref, so a missing object always surfaces as
 // a NilObjectException instead of undefined behaviour.
 class NilObjectException : public std::runtime_error {
-public:
-    explicit NilObjectException(const std::string& what = "nil object") : std::runtime_error(what) {}
+  public:
+    explicit NilObjectException(const std::string& what = "nil object")
+        : std::runtime_error(what) {}
 };
 
 class IOException : public std::runtime_error {
-public:
+  public:
     explicit IOException(const std::string& what) : std::runtime_error(what) {}
 };
 
 class OutOfBoundsException : public std::out_of_range {
-public:
+  public:
     explicit OutOfBoundsException(const std::string& what) : std::out_of_range(what) {}
 };
 

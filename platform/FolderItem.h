@@ -8,7 +8,7 @@
 
 // A handle on a file or folder, present or not.
 class FolderItem {
-public:
+  public:
     explicit FolderItem(std::filesystem::path path) : path_(std::move(path)) {}
 
     const std::filesystem::path& Path() const { return path_; }
@@ -29,7 +29,7 @@ public:
     // Makes dest a byte-for-byte copy of this file, replacing what was there.
     bool CopyFileTo(const FolderItem& dest) const;
 
-private:
+  private:
     std::filesystem::path path_;
 };
 

@@ -44,9 +44,15 @@ std::uint32_t MemoryBlock::UInt32Value(std::size_t offset) const {
     return static_cast<std::uint32_t>(Get(offset, 4));
 }
 
-void MemoryBlock::SetUInt8Value(std::size_t offset, std::uint8_t value) { Put(offset, 1, value); }
-void MemoryBlock::SetUInt16Value(std::size_t offset, std::uint16_t value) { Put(offset, 2, value); }
-void MemoryBlock::SetUInt32Value(std::size_t offset, std::uint32_t value) { Put(offset, 4, value); }
+void MemoryBlock::SetUInt8Value(std::size_t offset, std::uint8_t value) {
+    Put(offset, 1, value);
+}
+void MemoryBlock::SetUInt16Value(std::size_t offset, std::uint16_t value) {
+    Put(offset, 2, value);
+}
+void MemoryBlock::SetUInt32Value(std::size_t offset, std::uint32_t value) {
+    Put(offset, 4, value);
+}
 
 std::string MemoryBlock::StringValue(std::size_t offset, std::size_t length) const {
     Check(offset, length);

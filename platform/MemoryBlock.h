@@ -9,7 +9,7 @@
 // byte order. Every typed access is bounds-checked; hot loops that need raw
 // speed use Data() and keep their own bounds.
 class MemoryBlock {
-public:
+  public:
     explicit MemoryBlock(std::size_t size) : bytes_(size, 0) {}
 
     bool LittleEndian = true;
@@ -31,7 +31,7 @@ public:
     std::string StringValue(std::size_t offset, std::size_t length) const;
     void SetStringValue(std::size_t offset, const std::string& bytes);
 
-private:
+  private:
     void Check(std::size_t offset, std::size_t width) const;
     std::uint64_t Get(std::size_t offset, std::size_t width) const;
     void Put(std::size_t offset, std::size_t width, std::uint64_t value);

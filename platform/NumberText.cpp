@@ -13,7 +13,9 @@ std::string CStr(double value) {
     return std::string(buffer, result.ptr);
 }
 
-double Round(double value) { return std::round(value); }
+double Round(double value) {
+    return std::round(value);
+}
 
 double CDbl(const std::string& text) {
     std::size_t start = text.find_first_not_of(" \t");

@@ -8,7 +8,7 @@
 // opaque colour and its green byte is (colour >> 8) & 255. A new picture is
 // opaque black. Access outside the picture reads 0 and writes nothing.
 class Picture {
-public:
+  public:
     Picture(std::int64_t width, std::int64_t height, int depth = 32);
 
     std::int64_t Width() const { return width_; }
@@ -24,7 +24,7 @@ public:
 
     static constexpr std::uint32_t kTransparent = 0xFF000000u;
 
-private:
+  private:
     bool Inside(std::int64_t x, std::int64_t y) const {
         return x >= 0 && y >= 0 && x < width_ && y < height_;
     }

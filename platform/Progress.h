@@ -5,7 +5,7 @@
 // What long operations tell about their progress; a progress bar in the window,
 // a terminal line in the command-line tool, nothing at all in tests.
 class Progress {
-public:
+  public:
     virtual ~Progress() = default;
     virtual void SetMaximum(std::int64_t maximum) = 0;
     virtual void SetValue(double value) = 0;
@@ -14,7 +14,7 @@ public:
 };
 
 class NoProgress final : public Progress {
-public:
+  public:
     void SetMaximum(std::int64_t) override {}
     void SetValue(double) override {}
     void SetVisible(bool) override {}

@@ -6,7 +6,7 @@
 // A three-dimensional array of 32-bit floats addressed (x, y, channel), with
 // upper bounds as the record shows them: -1 on every axis while empty.
 class FloatArray3 {
-public:
+  public:
     void Redim(std::int64_t upper0, std::int64_t upper1, std::int64_t upper2) {
         upper_[0] = upper0;
         upper_[1] = upper1;
@@ -21,7 +21,7 @@ public:
         return values_[Index(x, y, c)];
     }
 
-private:
+  private:
     std::size_t Index(std::int64_t x, std::int64_t y, std::int64_t c) const {
         return static_cast<std::size_t>((x * (upper_[1] + 1) + y) * (upper_[2] + 1) + c);
     }

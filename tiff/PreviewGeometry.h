@@ -8,8 +8,8 @@
 // result preview drawn while equalizing, so both pick the same pixels.
 struct PreviewGeometry {
     double scale = 1.0;
-    std::int64_t width = 0;     // preview columns
-    std::int64_t height = 0;    // preview rows
+    std::int64_t width = 0;   // preview columns
+    std::int64_t height = 0;  // preview rows
     std::int64_t columnStep = 1;
     std::int64_t byteStep = 1;  // columnStep x bytes a pixel
     std::int64_t rowStep = 1;

@@ -17,7 +17,8 @@ void DecimateRow(const MemoryBlock& row, bool eightBit, const PreviewGeometry& g
             picture.SetPixel(x, y, RGB(data[o], data[o + 1], data[o + 2]));
         } else {
             const auto channel = [&](std::int64_t at) {
-                return static_cast<std::uint32_t>(LoadSample(data + at, 2, row.LittleEndian) / 257.0);
+                return static_cast<std::uint32_t>(LoadSample(data + at, 2, row.LittleEndian) /
+                                                  257.0);
             };
             picture.SetPixel(x, y, RGB(channel(o), channel(o + 2), channel(o + 4)));
         }
@@ -32,7 +33,8 @@ std::shared_ptr<Picture> TiffFile::MakeScaledPictureDisk(std::int64_t width, std
     BinaryStream& stream = Deref(imagefile);
     stream.SetPosition(ImageOffset);
 
-    const PreviewGeometry g = PreviewGeometry::For(ImageWidth, ImageHeight, BytesPerPixel, width, height);
+    const PreviewGeometry g =
+        PreviewGeometry::For(ImageWidth, ImageHeight, BytesPerPixel, width, height);
     auto picture = std::make_shared<Picture>(g.width, g.height, 32);
     // 8-bit rows count from 1 and 16-bit rows from 0, so an 8-bit preview starts
     // one row step minus one row down the image.

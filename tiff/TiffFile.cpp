@@ -18,7 +18,9 @@ Dialogs& TiffFile::FileDialogs() const {
     return *services_.dialogs;
 }
 
-void TiffFile::AskOpen() { fi = FileDialogs().GetOpenFolderItem(kImageTiffType); }
+void TiffFile::AskOpen() {
+    fi = FileDialogs().GetOpenFolderItem(kImageTiffType);
+}
 
 void TiffFile::AskSave(const std::string& name) {
     fi = FileDialogs().GetSaveFolderItem(kImageTiffType, name);
@@ -67,10 +69,18 @@ bool TiffFile::ReadEntry(MemoryBlock& entry) {
         type == kTypeShort ? entry.UInt16Value(8) : std::int64_t{entry.UInt32Value(8)};
 
     switch (tag) {
-        case 256: ImageWidth = value; break;
-        case 257: ImageHeight = value; break;
-        case 258: ReadBitsPerSample(entry.UInt32Value(8), count); break;
-        case 259: Compression = value; break;
+        case 256:
+            ImageWidth = value;
+            break;
+        case 257:
+            ImageHeight = value;
+            break;
+        case 258:
+            ReadBitsPerSample(entry.UInt32Value(8), count);
+            break;
+        case 259:
+            Compression = value;
+            break;
         case 262:
             Interpretation = value;
             if (value != 2) {
@@ -78,10 +88,18 @@ bool TiffFile::ReadEntry(MemoryBlock& entry) {
                 return false;
             }
             break;
-        case 273: ImageOffset = value; break;
-        case 277: SamplesPerPixel = value; break;
-        case 278: RowsPerStrip = value; break;
-        case 279: StripByteCount = value; break;
+        case 273:
+            ImageOffset = value;
+            break;
+        case 277:
+            SamplesPerPixel = value;
+            break;
+        case 278:
+            RowsPerStrip = value;
+            break;
+        case 279:
+            StripByteCount = value;
+            break;
         case 284:
             Configuration = value;
             if (value != 1) {
@@ -93,7 +111,8 @@ bool TiffFile::ReadEntry(MemoryBlock& entry) {
             ProfileLength = count;
             ProfileOffset = value;
             break;
-        default: break;  // 254, 255, 274 and every unknown tag
+        default:
+            break;  // 254, 255, 274 and every unknown tag
     }
     return true;
 }
@@ -111,7 +130,8 @@ void TiffFile::ReadBitsPerSample(std::uint32_t offset, std::uint32_t count) {
 }
 
 void TiffFile::DeriveSizes() {
-    BytesPerPixel = static_cast<std::int64_t>(static_cast<double>(BitsPerSample * SamplesPerPixel) / 8.0);
+    BytesPerPixel =
+        static_cast<std::int64_t>(static_cast<double>(BitsPerSample * SamplesPerPixel) / 8.0);
     BytesPerRow = WrappingMultiply(BytesPerPixel, ImageWidth);
     PixelCount = WrappingMultiply(ImageWidth, ImageHeight);
 }

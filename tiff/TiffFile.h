@@ -27,7 +27,7 @@ inline constexpr const char* kImageTiffType = "image/tiff";
 // derived from them, and a stream on the file. The program handles interleaved
 // RGB in one strip, 8 or 16 bits a sample, in either byte order.
 class TiffFile {
-public:
+  public:
     explicit TiffFile(TiffServices services = {}) : services_(services) {}
     virtual ~TiffFile() = default;
 
@@ -81,12 +81,12 @@ public:
     // inside the file, so that streaming them needs no guesswork.
     bool PixelDataWithinFile() const;
 
-protected:
+  protected:
     Progress& AnalyzeProgress() const { return *services_.analyzeProgress; }
     Progress& EqualizeProgress() const { return *services_.equalizeProgress; }
     Dialogs& FileDialogs() const;
 
-private:
+  private:
     bool Refuse(const std::string& words);
     bool ReadEntry(MemoryBlock& entry);
     void ReadBitsPerSample(std::uint32_t offset, std::uint32_t count);

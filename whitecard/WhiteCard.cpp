@@ -16,8 +16,10 @@ std::string RefusalText(WhiteCardVerdict verdict, const TiffFile& candidate) {
         case WhiteCardVerdict::Incomplete:
             return "Error: The white card image data is incomplete: the file ends before its "
                    "last pixel row.";
-        case WhiteCardVerdict::NotOpened: return candidate.errstr;
-        case WhiteCardVerdict::Accepted: break;
+        case WhiteCardVerdict::NotOpened:
+            return candidate.errstr;
+        case WhiteCardVerdict::Accepted:
+            break;
     }
     return "";
 }

@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+
+#include "BinaryStream.h"
+#include "Exceptions.h"
+#include "FolderItem.h"
+#include "MemoryBlock.h"
+#include "NumberText.h"
+#include "Picture.h"
+#include "support/TiffBytes.h"
+
+using namespace testing_tiff;
+
+namespace {
+
+TEST(BinaryStream, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
+    TempFolder folder;
+    WriteBytes(folder / "f", {0x12, 0x34, 0x56, 0x78, 0x9A});
+    auto stream = BinaryStream::Open(FolderItem(folder / "f"));
+    ASSERT_TRUE(stream);
+    stream->LittleEndian = false;
+    EXPECT_EQ(stream->ReadUInt32(), 0x12345678u);
+    stream->SetPosition(0);
+    stream->LittleEndian = true;
+    EXPECT_EQ(stream->ReadUInt16(), 0x3412);
+    stream->SetPosition(4);
+    EXPECT_EQ(stream->ReadUInt16(), 0x009A) << "missing bytes read as 0";
+    EXPECT_EQ(stream->ReadUInt32(), 0u);
+
+    std::uint8_t buffer[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    stream->SetPosition(3);
+    EXPECT_EQ(stream->Read(buffer, 4), 2u);
+    EXPECT_EQ(buffer[0], 0x78);
+    EXPECT_EQ(buffer[1], 0x9A);
+    EXPECT_EQ(buffer[2], 0xEE) << "nothing is filled past what was read";
+}
+
+TEST(BinaryStream, UpdateInPlaceNeverTruncates) {
+    TempFolder folder;
+    WriteBytes(folder / "f", {1, 2, 3, 4, 5, 6});
+    auto stream = BinaryStream::Open(FolderItem(folder / "f"), true);
+    ASSERT_TRUE(stream);
+    stream->SetPosition(2);
+    stream->Write(std::string("\x09\x08", 2));
+    EXPECT_EQ(stream->LastErrorCode(), 0);
+    stream->Close();
+    EXPECT_EQ(ReadBytes(folder / "f"), (std::vector<std::uint8_t>{1, 2, 9, 8, 5, 6}));
+}
+
+TEST(BinaryStream, OpenGivesNilForMissingFilesAndFolders) {
+    TempFolder folder;
+    EXPECT_FALSE(BinaryStream::Open(FolderItem(folder / "absent")));
+    EXPECT_FALSE(BinaryStream::Open(FolderItem(folder.Path())));
+    WriteBytes(folder / "f", {1});
+    EXPECT_FALSE(BinaryStream::Create(FolderItem(folder / "f"), false));
+    EXPECT_TRUE(BinaryStream::Create(FolderItem(folder / "f"), true));
+}
+
+// A real device that refuses every write: the error must show in the code even
+// though the bytes were only buffered when Write returned.
+TEST(BinaryStream, FailedWritesShowInLastErrorCode) {
+    auto stream = BinaryStream::Open(FolderItem("/dev/full"), true);
+    ASSERT_TRUE(stream);
+    stream->Write(std::string(100, 'x'));
+    EXPECT_NE(stream->LastErrorCode(), 0);
+}
+
+TEST(BinaryStream, ClosedStreamRaisesIOException) {
+    TempFolder folder;
+    WriteBytes(folder / "f", {1});
+    auto stream = BinaryStream::Open(FolderItem(folder / "f"));
+    stream->Close();
+    EXPECT_THROW(stream->ReadUInt8(), IOException);
+}
+
+TEST(MemoryBlock, TypedAccessInItsByteOrderAndBoundsChecked) {
+    MemoryBlock block(4);
+    block.LittleEndian = false;
+    block.SetUInt16Value(0, 0x9C40);
+    EXPECT_EQ(block.UInt8Value(0), 0x9C);
+    block.LittleEndian = true;
+    EXPECT_EQ(block.UInt16Value(0), 0x409C);
+    block.SetUInt8Value(3, 0xFF);
+    EXPECT_EQ(block.Int8Value(3), -1);
+    EXPECT_THROW(block.UInt16Value(3), OutOfBoundsException);
+    EXPECT_THROW(block.UInt32Value(1), OutOfBoundsException);
+    EXPECT_THROW(block.SetUInt8Value(4, 0), OutOfBoundsException);
+    EXPECT_THROW(block.UInt8Value(static_cast<std::size_t>(-1)), OutOfBoundsException);
+}
+
+TEST(FolderItem, ChildStaysInsideTheFolder) {
+    const FolderItem folder("/data/out");
+    EXPECT_EQ(folder.Child("a_eq.tif")->NativePath(), "/data/out/a_eq.tif");
+    for (const char* name : {"", ".", "..", "../x.tif", "sub/x.tif", "a\\b"})
+        EXPECT_FALSE(folder.Child(name)) << name;
+}
+
+TEST(FolderItem, CopyListAndWriteable) {
+    TempFolder folder;
+    WriteBytes(folder / "b.tif", {1, 2, 3});
+    WriteBytes(folder / "a.tif", {4});
+    const FolderItem source(folder / "b.tif");
+    ASSERT_TRUE(source.CopyFileTo(FolderItem(folder / "c.tif")));
+    EXPECT_EQ(ReadBytes(folder / "c.tif"), (std::vector<std::uint8_t>{1, 2, 3}));
+    ASSERT_TRUE(FolderItem(folder / "a.tif").CopyFileTo(FolderItem(folder / "c.tif")));
+    EXPECT_EQ(ReadBytes(folder / "c.tif"), (std::vector<std::uint8_t>{4}));
+
+    std::vector<std::string> names;
+    for (const FolderItem& item : FolderItem(folder.Path()).Children())
+        names.push_back(item.Name());
+    EXPECT_EQ(names, (std::vector<std::string>{"a.tif", "b.tif", "c.tif"}));
+    EXPECT_TRUE(source.IsWriteable());
+    EXPECT_FALSE(FolderItem(folder / "absent").IsWriteable());
+    EXPECT_FALSE(GetFolderItem("relative/path"));
+    EXPECT_EQ(GetFolderItem("/a/b/../c")->NativePath(), "/a/c");
+}
+
+TEST(Picture, WritesOutsideChangeNothing) {
+    Picture picture(3, 2);
+    EXPECT_EQ(picture.Pixel(0, 0), RGB(0, 0, 0));
+    picture.SetPixel(2, 1, RGB(1, 2, 3));
+    picture.SetPixel(3, 1, RGB(9, 9, 9));
+    picture.SetPixel(-1, 0, RGB(9, 9, 9));
+    EXPECT_EQ(picture.Pixel(2, 1), 0x00010203u);
+    EXPECT_EQ(picture.Pixel(3, 1), 0u);
+    EXPECT_EQ((picture.Pixel(2, 1) >> 8) & 255, 2u);
+    picture.ClearRect(0, 0, 3, 2);
+    EXPECT_EQ(picture.Pixel(2, 1), Picture::kTransparent);
+}
+
+TEST(NumberText, ShowsAndReadsNumbersAsTheWindowDoes) {
+    EXPECT_EQ(CStr(61680.0), "61680");
+    EXPECT_EQ(CStr(0.0), "0");
+    EXPECT_EQ(CStr(9999999.9), "9999999.9");
+    EXPECT_EQ(Round(61680.0 / 257.0), 240.0);
+    EXPECT_EQ(Round(2.5), 3.0);
+    EXPECT_EQ(CDbl("999.9"), 999.9);
+    EXPECT_EQ(CDbl(""), 0.0);
+    EXPECT_EQ(CDbl("abc"), 0.0);
+    EXPECT_EQ(CDbl(" 12.5%"), 12.5);
+    EXPECT_EQ(FormatFixed(100.0, 1), "100.0");
+}
+
+}  // namespace

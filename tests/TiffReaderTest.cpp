@@ -1,0 +1,321 @@
+#include <gtest/gtest.h>
+
+#include "Exceptions.h"
+#include "TiffFile.h"
+#include "support/LibtiffFiles.h"
+#include "support/TiffBytes.h"
+
+using namespace testing_tiff;
+
+namespace {
+
+struct Opened {
+    std::shared_ptr<TiffFile> tiff;
+    bool failed;
+};
+
+Opened OpenBytes(const TempFolder& folder, const std::vector<std::uint8_t>& bytes) {
+    const auto path = folder / "image.tif";
+    WriteBytes(path, bytes);
+    auto tiff = std::make_shared<TiffFile>();
+    tiff->fi = GetFolderItem(path.string());
+    const bool failed = tiff->OpenTIFF();
+    return {tiff, failed};
+}
+
+// Files from libtiff, in both byte orders and depths: the record must say what
+// libtiff itself says about the file.
+struct ForeignCase {
+    int bits;
+    bool bigEndian;
+    std::int64_t bytesPerPixel;
+};
+
+class ForeignFile : public ::testing::TestWithParam<ForeignCase> {};
+
+TEST_P(ForeignFile, RecordMatchesWhatLibtiffWrote) {
+    const ForeignCase c = GetParam();
+    TempFolder folder;
+    const auto path = folder / "foreign.tif";
+    WriteWithLibtiff(path, {.width = 7, .height = 5, .bits = c.bits, .bigEndian = c.bigEndian});
+
+    TiffFile tiff;
+    tiff.fi = GetFolderItem(path.string());
+    ASSERT_FALSE(tiff.OpenTIFF()) << tiff.errstr;
+    EXPECT_EQ(tiff.ImageWidth, 7);
+    EXPECT_EQ(tiff.ImageHeight, 5);
+    EXPECT_EQ(tiff.RowsPerStrip, 5);
+    EXPECT_EQ(tiff.BitsPerSample, c.bits);
+    EXPECT_EQ(tiff.SamplesPerPixel, 3);
+    EXPECT_EQ(tiff.BytesPerPixel, c.bytesPerPixel);
+    EXPECT_EQ(tiff.BytesPerRow, 7 * c.bytesPerPixel);
+    EXPECT_EQ(tiff.PixelCount, 35);
+    EXPECT_EQ(tiff.Interpretation, 2);
+    EXPECT_EQ(tiff.Configuration, 1);
+    EXPECT_EQ(tiff.Compression, 1);
+    EXPECT_EQ(tiff.ImageOffset, static_cast<std::int64_t>(LibtiffStripOffset(path)));
+    EXPECT_EQ(tiff.LittleEndian, !c.bigEndian);
+    EXPECT_TRUE(tiff.HostLittleEndian);
+    EXPECT_EQ(tiff.SwapBytes, c.bigEndian);
+    EXPECT_TRUE(tiff.errstr.empty());
+    ASSERT_TRUE(tiff.imagefile);
+    EXPECT_TRUE(tiff.imagefile->IsOpen());
+    EXPECT_TRUE(tiff.PixelDataWithinFile());
+}
+
+INSTANTIATE_TEST_SUITE_P(BothOrdersBothDepths, ForeignFile,
+                         ::testing::Values(ForeignCase{8, false, 3}, ForeignCase{8, true, 3},
+                                           ForeignCase{16, false, 6}, ForeignCase{16, true, 6}));
+
+TEST(TiffReader, SeveralStripsLeaveRowsPerStripBelowHeight) {
+    TempFolder folder;
+    const auto path = folder / "strips.tif";
+    WriteWithLibtiff(path, {.width = 4, .height = 6, .bits = 16, .rowsPerStrip = 2});
+    TiffFile tiff;
+    tiff.fi = GetFolderItem(path.string());
+    ASSERT_FALSE(tiff.OpenTIFF());
+    EXPECT_EQ(tiff.RowsPerStrip, 2);
+    EXPECT_EQ(tiff.ImageHeight, 6);
+}
+
+// Refusals: the words, a closed stream, and entries after the refused one unread.
+struct RefusalCase {
+    const char* name;
+    std::vector<Entry> extra;
+    bool breakMagic;
+    const char* words;
+};
+
+class Refusal : public ::testing::TestWithParam<RefusalCase> {};
+
+TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
+    const RefusalCase c = GetParam();
+    RgbTiff image;
+    image.withRowsPerStrip = false;  // placed after the refusing entry below
+    image.extra = c.extra;
+    image.extra.push_back({278, 4, 1, 2});
+    std::vector<std::uint8_t> bytes = image.Build();
+    if (c.breakMagic) bytes[3] = 43;
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, bytes);
+    EXPECT_TRUE(o.failed);
+    EXPECT_EQ(o.tiff->errstr, c.words);
+    ASSERT_TRUE(o.tiff->imagefile);
+    EXPECT_FALSE(o.tiff->imagefile->IsOpen());
+    EXPECT_EQ(o.tiff->RowsPerStrip, 0) << "entries after a refusal must not be read";
+    EXPECT_EQ(o.tiff->BytesPerPixel, 0) << "derived sizes are not computed on a refusal";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Refusal,
+    ::testing::Values(
+        RefusalCase{"magic", {}, true, "Not a valid TIFF file."},
+        RefusalCase{"photometric", {{262, 3, 1, 1}}, false, "The file must be RGB only."},
+        RefusalCase{"planar", {{284, 3, 1, 2}}, false, "The data must be interleaved, not planar."},
+        RefusalCase{"first in file order wins",
+                    {{284, 3, 1, 2}, {262, 3, 1, 6}},
+                    false,
+                    "The data must be interleaved, not planar."}),
+    [](const auto& info) {
+        std::string n = info.param.name;
+        for (char& ch : n) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+        return n;
+    });
+
+TEST(TiffReader, RefusedFileKeepsFieldsAlreadyRead) {
+    RgbTiff image;
+    image.width = 9;
+    image.extra = {{262, 3, 1, 5}};
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_TRUE(o.failed);
+    EXPECT_EQ(o.tiff->ImageWidth, 9);
+    EXPECT_EQ(o.tiff->Interpretation, 5);
+}
+
+TEST(TiffReader, AnyMarkButIntelIsTakenForBigEndian) {
+    RgbTiff image;
+    image.little = false;
+    image.width = 300;
+    std::vector<std::uint8_t> bytes = image.Build();
+    bytes[0] = 'X';
+    bytes[1] = 'Y';
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, bytes);
+    ASSERT_FALSE(o.failed) << o.tiff->errstr;
+    EXPECT_FALSE(o.tiff->LittleEndian);
+    EXPECT_TRUE(o.tiff->SwapBytes);
+    EXPECT_EQ(o.tiff->ImageWidth, 300);
+}
+
+TEST(TiffReader, EmptyDirectoryParsesWithEverythingZero) {
+    ByteWriter w(true);
+    w.Raw({'I', 'I'});
+    w.U16(42);
+    w.U32(8);
+    w.U16(0);
+    w.U32(0);
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, w.Bytes());
+    EXPECT_FALSE(o.failed);
+    for (std::int64_t v :
+         {o.tiff->ImageWidth, o.tiff->ImageHeight, o.tiff->BitsPerSample, o.tiff->BytesPerPixel,
+          o.tiff->BytesPerRow, o.tiff->RowsPerStrip, o.tiff->ImageOffset, o.tiff->PixelCount})
+        EXPECT_EQ(v, 0);
+}
+
+// How the value field is read for each entry type, and how entries combine.
+struct FieldCase {
+    const char* name;
+    std::vector<Entry> extra;
+    bool little;
+    std::int64_t TiffFile::*field;
+    std::int64_t expected;
+};
+
+class FieldDecoding : public ::testing::TestWithParam<FieldCase> {};
+
+TEST_P(FieldDecoding, TakesTheRightBits) {
+    const FieldCase c = GetParam();
+    RgbTiff image;
+    image.little = c.little;
+    image.extra = c.extra;
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_FALSE(o.failed) << o.tiff->errstr;
+    EXPECT_EQ((*o.tiff).*(c.field), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Entries, FieldDecoding,
+    ::testing::Values(
+        // A SHORT takes the first two bytes of the field; the rest is not looked at.
+        FieldCase{"short_le", {{256, 3, 1, 0x12340007}}, true, &TiffFile::ImageWidth, 7},
+        FieldCase{"short_be", {{256, 3, 1, 0x12340007}}, false, &TiffFile::ImageWidth, 7},
+        // Any other type, even BYTE, takes all 32 bits.
+        FieldCase{"byte_type_takes_32_bits",
+                  {{256, 1, 1, 0x00010002}},
+                  true,
+                  &TiffFile::ImageWidth,
+                  0x00010002},
+        FieldCase{"long", {{257, 4, 1, 70000}}, false, &TiffFile::ImageHeight, 70000},
+        FieldCase{"later_duplicate_wins",
+                  {{256, 4, 1, 5}, {256, 4, 1, 6}},
+                  true,
+                  &TiffFile::ImageWidth,
+                  6},
+        FieldCase{"profile_length_is_count",
+                  {{34675, 7, 560, 1234}},
+                  true,
+                  &TiffFile::ProfileLength,
+                  560},
+        FieldCase{"profile_offset_32_bits",
+                  {{34675, 7, 560, 0x00100002}},
+                  true,
+                  &TiffFile::ProfileOffset,
+                  0x00100002},
+        FieldCase{"orientation_ignored", {{274, 3, 1, 3}}, true, &TiffFile::ImageWidth, 2},
+        FieldCase{"rows_per_strip_all",
+                  {{278, 4, 1, 4294967295u}},
+                  true,
+                  &TiffFile::RowsPerStrip,
+                  4294967295LL}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(TiffReader, NoRowsPerStripTagLeavesZero) {
+    RgbTiff image;
+    image.withRowsPerStrip = false;
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_FALSE(o.failed);
+    EXPECT_EQ(o.tiff->RowsPerStrip, 0);
+}
+
+// Tag 258's list stands away from the entry; the last value counts and the walk
+// of entries goes on after it.
+TEST(TiffReader, BitsPerSampleTakesTheLastValueAndResumesTheWalk) {
+    RgbTiff image;
+    image.extra = {{258, 3, 3, 0}, {278, 4, 1, 99}};  // list patched in below
+    std::vector<std::uint8_t> bytes = image.Build();
+    const std::uint32_t listAt = static_cast<std::uint32_t>(bytes.size());
+    for (std::uint16_t v : {8, 8, 16}) {
+        bytes.push_back(static_cast<std::uint8_t>(v));
+        bytes.push_back(0);
+    }
+    const std::size_t entry = 8 + 2 + 12 * 10 + 8;  // value field of the first extra entry
+    for (int k = 0; k < 4; ++k) bytes[entry + k] = static_cast<std::uint8_t>(listAt >> (8 * k));
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, bytes);
+    ASSERT_FALSE(o.failed);
+    EXPECT_EQ(o.tiff->BitsPerSample, 16);
+    EXPECT_EQ(o.tiff->BytesPerPixel, 6);
+    EXPECT_EQ(o.tiff->RowsPerStrip, 99);
+}
+
+TEST(TiffReader, FourSamplesGiveUnexpectedPixelSizes) {
+    RgbTiff image;
+    image.bits = 16;
+    image.extra = {{277, 3, 1, 4}};
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_FALSE(o.failed);
+    EXPECT_EQ(o.tiff->BytesPerPixel, 8);
+}
+
+TEST(TiffReader, NilFileDoesNothing) {
+    TiffFile tiff;
+    tiff.errstr = "stale";
+    EXPECT_FALSE(tiff.OpenTIFF());
+    EXPECT_TRUE(tiff.errstr.empty());
+    EXPECT_FALSE(tiff.imagefile);
+    EXPECT_TRUE(tiff.HostLittleEndian);
+}
+
+TEST(TiffReader, MissingFileRaisesNilObject) {
+    TempFolder folder;
+    TiffFile tiff;
+    tiff.fi = GetFolderItem((folder / "absent.tif").string());
+    EXPECT_THROW(tiff.OpenTIFF(), NilObjectException);
+}
+
+// Truncated and absurd files: the reader must neither crash nor run away, and
+// the extent check must refuse pixel data that the file doesn't hold.
+TEST(TiffReader, TruncatedFilesAreReadSafelyAndFailTheExtentCheck) {
+    RgbTiff image;
+    image.width = 4;
+    image.height = 3;
+    const std::vector<std::uint8_t> whole = image.Build();
+    TempFolder folder;
+    for (std::size_t cut : {std::size_t{3}, std::size_t{9}, std::size_t{50}}) {
+        std::vector<std::uint8_t> bytes(whole.begin(), whole.begin() + static_cast<long>(cut));
+        EXPECT_NO_THROW(OpenBytes(folder, bytes)) << "cut at " << cut;
+    }
+    for (std::size_t cut : {std::size_t{image.PixelOffset() + 1}, whole.size() - 1}) {
+        std::vector<std::uint8_t> bytes(whole.begin(), whole.begin() + static_cast<long>(cut));
+        const Opened o = OpenBytes(folder, bytes);
+        ASSERT_FALSE(o.failed);
+        EXPECT_FALSE(o.tiff->PixelDataWithinFile()) << "cut at " << cut;
+    }
+    EXPECT_TRUE(OpenBytes(folder, whole).tiff->PixelDataWithinFile());
+}
+
+TEST(TiffReader, HugeDimensionsFailTheExtentCheckWithoutOverflow) {
+    RgbTiff image;
+    image.bits = 16;
+    image.extra = {{256, 4, 1, 0xFFFFFFFFu}, {257, 4, 1, 0xFFFFFFFFu}, {273, 4, 1, 0xFFFFFFF0u}};
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_FALSE(o.failed);
+    EXPECT_FALSE(o.tiff->PixelDataWithinFile());
+}
+
+TEST(TiffReader, BitsPerSampleListBeyondTheFileReadsZero) {
+    RgbTiff image;
+    image.extra = {{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}};
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    ASSERT_FALSE(o.failed);
+    EXPECT_EQ(o.tiff->BitsPerSample, 0);
+}
+
+}  // namespace
