@@ -29,6 +29,15 @@ build() {
     cmake --build build
 }
 
+# The same tests again in a build with AddressSanitizer and
+# UndefinedBehaviorSanitizer, so that a stray read or write fails loudly.
+sanitized_tests() {
+    cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRISAVANE_SANITIZE=ON
+    cmake --build build-asan
+    ASAN_OPTIONS=abort_on_error=1:detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+        ctest --test-dir build-asan --output-on-failure -j "$(nproc)"
+}
+
 case "${1:-}" in
     run)
         install_missing
@@ -39,6 +48,7 @@ case "${1:-}" in
         install_missing
         build
         ctest --test-dir build --output-on-failure -j "$(nproc)"
+        sanitized_tests
         ;;
     *)
         echo "usage: $0 run|test" >&2

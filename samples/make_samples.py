@@ -53,17 +53,17 @@ def subject(x, y):
     return tuple(0.95 * c * light for c in chart(x, y))
 
 
-def write_tiff(path, pixel, bits, little):
+def write_tiff(path, pixel, bits, little, width=WIDTH, height=HEIGHT, rows_per_strip=None):
     order = "<" if little else ">"
     peak = 255 if bits == 8 else 65535
     fmt = "B" if bits == 8 else "H"
     rows = bytearray()
-    for y in range(HEIGHT):
-        for x in range(WIDTH):
+    for y in range(height):
+        for x in range(width):
             rows += struct.pack(order + fmt * 3, *(min(peak, round(v * peak)) for v in pixel(x, y)))
     entries = [
-        (256, 4, 1, WIDTH), (257, 4, 1, HEIGHT), (258, 3, 3, None), (259, 3, 1, 1),
-        (262, 3, 1, 2), (273, 4, 1, None), (277, 3, 1, 3), (278, 4, 1, HEIGHT),
+        (256, 4, 1, width), (257, 4, 1, height), (258, 3, 3, None), (259, 3, 1, 1),
+        (262, 3, 1, 2), (273, 4, 1, None), (277, 3, 1, 3), (278, 4, 1, rows_per_strip or height),
         (279, 4, 1, len(rows)), (284, 3, 1, 1),
     ]
     ifd_size = 2 + 12 * len(entries) + 4
@@ -86,6 +86,8 @@ def write_tiff(path, pixel, bits, little):
 
 def main(folder):
     root = Path(folder)
+    for sub in ("subjects", "subjects_8bit"):
+        (root / sub).mkdir(parents=True, exist_ok=True)
     write_tiff(root / "white_card.tif", white_card, 16, True)
     write_tiff(root / "subjects" / "chart_16bit.tif", subject, 16, True)
     write_tiff(root / "subjects" / "chart_16bit_big_endian.tif", subject, 16, False)

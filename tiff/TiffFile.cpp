@@ -144,5 +144,8 @@ bool TiffFile::PixelDataWithinFile() const {
         !CheckedMultiply(rowBytes, ImageHeight, pixelBytes) ||
         !CheckedAdd(ImageOffset, pixelBytes, end))
         return false;
+    // Rows without bytes can't be streamed meaningfully, and billions of them
+    // would keep a scan busy for nothing.
+    if (rowBytes == 0 && ImageHeight > 0) return false;
     return end <= fi->Length();
 }

@@ -78,7 +78,8 @@ class TiffFile {
     virtual void FindMaxLuminanceDisk();
 
     // True when ImageHeight rows of BytesPerRow bytes from ImageOffset on lie
-    // inside the file, so that streaming them needs no guesswork.
+    // inside the file and a row holds at least one byte, so that streaming
+    // them needs no guesswork.
     bool PixelDataWithinFile() const;
 
   protected:
