@@ -128,15 +128,24 @@ TEST(DiskScan, NoRowsLeavesTheStartingMinimum) {
     EXPECT_EQ(s.min, 9999999.9);
 }
 
+// A loaded raster of the given pixel size, reporting to bar.
+std::unique_ptr<TiffFile> InMemory(RecordingProgress& bar, std::int64_t bytesPerPixel,
+                                   std::int64_t pixels) {
+    TiffServices services;
+    services.analyzeProgress = &bar;
+    auto tiff = std::make_unique<TiffFile>(services);
+    tiff->BytesPerPixel = bytesPerPixel;
+    tiff->PixelCount = pixels;
+    tiff->imageBuffer =
+        std::make_shared<MemoryBlock>(static_cast<std::size_t>(bytesPerPixel * pixels));
+    return tiff;
+}
+
 // The in-memory twin walks the whole buffer in the buffer's byte order.
 TEST(MemoryScan, FindsExtremesAndReportsByFiftieths) {
     RecordingProgress bar;
-    TiffServices services;
-    services.analyzeProgress = &bar;
-    TiffFile tiff(services);
-    tiff.BytesPerPixel = 6;
-    tiff.PixelCount = 100;
-    tiff.imageBuffer = std::make_shared<MemoryBlock>(600);
+    auto owned = InMemory(bar, 6, 100);
+    TiffFile& tiff = *owned;
     tiff.imageBuffer->LittleEndian = false;
     for (int p = 0; p < 100; ++p)
         tiff.imageBuffer->SetUInt16Value(p * 6 + 2, static_cast<std::uint16_t>(500 + p));
@@ -152,12 +161,8 @@ TEST(MemoryScan, FindsExtremesAndReportsByFiftieths) {
 
 TEST(MemoryScan, TinyBufferHasIntervalZeroAndReportsEveryPixel) {
     RecordingProgress bar;
-    TiffServices services;
-    services.analyzeProgress = &bar;
-    TiffFile tiff(services);
-    tiff.BytesPerPixel = 3;
-    tiff.PixelCount = 2;
-    tiff.imageBuffer = std::make_shared<MemoryBlock>(6);
+    auto owned = InMemory(bar, 3, 2);
+    TiffFile& tiff = *owned;
     tiff.imageBuffer->SetUInt8Value(1, 30);
     tiff.imageBuffer->SetUInt8Value(4, 20);
     tiff.FindMaxLuminance();

@@ -23,6 +23,14 @@ Opened OpenBytes(const TempFolder& folder, const std::vector<std::uint8_t>& byte
     return {tiff, failed};
 }
 
+// Parses a built image that must be accepted.
+std::shared_ptr<TiffFile> Accepted(const RgbTiff& image) {
+    TempFolder folder;
+    const Opened o = OpenBytes(folder, image.Build());
+    EXPECT_FALSE(o.failed) << o.tiff->errstr;
+    return o.tiff;
+}
+
 // Files from libtiff, in both byte orders and depths: the record must say what
 // libtiff itself says about the file.
 struct ForeignCase {
@@ -180,10 +188,7 @@ TEST_P(FieldDecoding, TakesTheRightBits) {
     RgbTiff image;
     image.little = c.little;
     image.extra = c.extra;
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
-    ASSERT_FALSE(o.failed) << o.tiff->errstr;
-    EXPECT_EQ((*o.tiff).*(c.field), c.expected);
+    EXPECT_EQ((*Accepted(image)).*(c.field), c.expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -225,10 +230,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(TiffReader, NoRowsPerStripTagLeavesZero) {
     RgbTiff image;
     image.withRowsPerStrip = false;
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
-    ASSERT_FALSE(o.failed);
-    EXPECT_EQ(o.tiff->RowsPerStrip, 0);
+    EXPECT_EQ(Accepted(image)->RowsPerStrip, 0);
 }
 
 // Tag 258's list stands away from the entry; the last value counts and the walk
@@ -256,10 +258,7 @@ TEST(TiffReader, FourSamplesGiveUnexpectedPixelSizes) {
     RgbTiff image;
     image.bits = 16;
     image.extra = {{277, 3, 1, 4}};
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
-    ASSERT_FALSE(o.failed);
-    EXPECT_EQ(o.tiff->BytesPerPixel, 8);
+    EXPECT_EQ(Accepted(image)->BytesPerPixel, 8);
 }
 
 TEST(TiffReader, NilFileDoesNothing) {
@@ -303,19 +302,13 @@ TEST(TiffReader, HugeDimensionsFailTheExtentCheckWithoutOverflow) {
     RgbTiff image;
     image.bits = 16;
     image.extra = {{256, 4, 1, 0xFFFFFFFFu}, {257, 4, 1, 0xFFFFFFFFu}, {273, 4, 1, 0xFFFFFFF0u}};
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
-    ASSERT_FALSE(o.failed);
-    EXPECT_FALSE(o.tiff->PixelDataWithinFile());
+    EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
 }
 
 TEST(TiffReader, BitsPerSampleListBeyondTheFileReadsZero) {
     RgbTiff image;
     image.extra = {{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}};
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
-    ASSERT_FALSE(o.failed);
-    EXPECT_EQ(o.tiff->BitsPerSample, 0);
+    EXPECT_EQ(Accepted(image)->BitsPerSample, 0);
 }
 
 }  // namespace
