@@ -50,7 +50,10 @@ bool TiffFile::OpenTIFF() {
 
     stream.SetPosition(stream.ReadUInt32());
     const std::uint16_t entries = stream.ReadUInt16();
-    for (std::uint32_t n = 0; n < entries; ++n)
+    // Entries past the end of the file would read as zeros, tag 0, which no
+    // one knows: stopping there gives the same record without the busy work.
+    const std::int64_t length = stream.Length();
+    for (std::uint32_t n = 0; n < entries && stream.Position() < length; ++n)
         if (!ReadEntry(entry)) return true;
     DeriveSizes();
     return false;
