@@ -305,6 +305,12 @@ TEST(TiffReader, HugeDimensionsFailTheExtentCheckWithoutOverflow) {
     EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
 }
 
+TEST(TiffReader, ARowLongerThanTheFileFailsTheExtentCheckEvenWithoutRows) {
+    RgbTiff image;
+    image.extra = {{256, 4, 1, 0x10000000u}, {257, 4, 1, 0}};
+    EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
+}
+
 TEST(TiffReader, BitsPerSampleListBeyondTheFileReadsZero) {
     RgbTiff image;
     image.extra = {{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}};

@@ -1,5 +1,6 @@
 #include "TiffFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <limits>
 
@@ -143,9 +144,11 @@ bool TiffFile::PixelDataWithinFile() const {
     if (!fi || ImageOffset < 0 || BytesPerPixel < 0 || ImageWidth < 0 || ImageHeight < 0)
         return false;
     std::int64_t rowBytes = 0, pixelBytes = 0, end = 0;
+    // Row buffers are made even for an image without rows, so at least one row
+    // must fit in the file too.
+    const std::int64_t rows = std::max<std::int64_t>(ImageHeight, 1);
     if (!CheckedMultiply(BytesPerPixel, ImageWidth, rowBytes) || rowBytes != BytesPerRow ||
-        !CheckedMultiply(rowBytes, ImageHeight, pixelBytes) ||
-        !CheckedAdd(ImageOffset, pixelBytes, end))
+        !CheckedMultiply(rowBytes, rows, pixelBytes) || !CheckedAdd(ImageOffset, pixelBytes, end))
         return false;
     // Rows without bytes can't be streamed meaningfully, and billions of them
     // would keep a scan busy for nothing.

@@ -77,9 +77,9 @@ class TiffFile {
     // Leaves its own stream open in imagefile.
     virtual void FindMaxLuminanceDisk();
 
-    // True when ImageHeight rows of BytesPerRow bytes from ImageOffset on lie
-    // inside the file and a row holds at least one byte, so that streaming
-    // them needs no guesswork.
+    // True when ImageHeight rows (and at least one) of BytesPerRow bytes from
+    // ImageOffset on lie inside the file and a row holds at least one byte, so
+    // that streaming them needs no guesswork and no buffer outgrows the file.
     bool PixelDataWithinFile() const;
 
   protected:
