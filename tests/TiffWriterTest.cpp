@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <sstream>
 
 #include "Exceptions.h"
 #include "TiffFile.h"
@@ -13,30 +14,31 @@ std::shared_ptr<MemoryBlock> BlockOf(const std::vector<std::uint8_t>& bytes) {
     return block;
 }
 
-// A raster of width x height ready to be written to path.
-TiffFile Raster(const std::filesystem::path& path, std::int64_t width, std::int64_t height,
-                std::int64_t samples, std::int64_t bits, Progress* bar = nullptr) {
-    TiffServices services;
-    if (bar) services.equalizeProgress = bar;
-    TiffFile t(services);
-    t.fi = std::make_shared<FolderItem>(path);
-    t.ImageWidth = width;
-    t.ImageHeight = height;
-    t.SamplesPerPixel = samples;
-    t.BitsPerSample = bits;
-    t.Interpretation = 2;
-    t.imageBuffer = BlockOf(PatternBytes(width * height * samples * bits / 8));
+// A raster of width x 2 pixels, ready to be written to path.
+std::unique_ptr<TiffFile> Raster(const std::filesystem::path& path, std::int64_t width,
+                                 std::int64_t samples, std::int64_t bits,
+                                 Progress& bar = NoProgress::Instance()) {
+    auto t = std::make_unique<TiffFile>(TiffServices{.equalizeProgress = &bar});
+    t->fi = std::make_shared<FolderItem>(path);
+    t->ImageWidth = width;
+    t->ImageHeight = 2;
+    t->SamplesPerPixel = samples;
+    t->BitsPerSample = bits;
+    t->Interpretation = 2;
+    t->imageBuffer = BlockOf(PatternBytes(width * 2 * samples * bits / 8));
     return t;
 }
 
 struct WriteCase {
     const char* name;
-    std::int64_t samples, bits, interpretation;
+    std::int64_t width, samples, bits, interpretation;
     std::optional<std::vector<std::uint8_t>> profile;  // nullopt: no buffer at all
     std::int64_t staleProfileLength;
-    std::uintmax_t existingBytes;  // a longer file standing at the target before
-    std::uint16_t entries;
-    std::int64_t imageOffset;
+    std::size_t existingBytes;  // of a longer file standing at the target before
+    int entries;
+    std::size_t imageOffset;
+    std::size_t progressCalls;  // one a byte under 100 bytes, else one a hundredth
+    double lastProgress;
     const char* errstr;
 };
 
@@ -46,25 +48,28 @@ TEST_P(WriteTIFFTest, LibtiffAndOurReaderSeeWhatWasWritten) {
     const WriteCase c = GetParam();
     ScratchFolder folder;
     const auto path = folder / "out.tif";
-    if (c.existingBytes) std::ofstream(path) << std::string(c.existingBytes, '\xAB');
-    TiffFile t = Raster(path, 3, 2, c.samples, c.bits);
-    t.Interpretation = c.interpretation;
-    t.ProfileLength = c.staleProfileLength;
-    if (c.profile) t.profileBuffer = BlockOf(*c.profile);
-    t.WriteTIFF();
+    std::ofstream(path) << std::string(c.existingBytes, '\xAB');
+    RecordedProgress bar;
+    const auto t = Raster(path, c.width, c.samples, c.bits, bar);
+    t->Interpretation = c.interpretation;
+    t->ProfileLength = c.staleProfileLength;
+    if (c.profile) t->profileBuffer = BlockOf(*c.profile);
+    t->WriteTIFF();
 
-    const std::vector<std::uint8_t> pixels(t.imageBuffer->Data(),
-                                           t.imageBuffer->Data() + t.imageBuffer->Size());
-    EXPECT_EQ(t.errstr, c.errstr);
-    EXPECT_EQ(t.ImageOffset, c.imageOffset);
-    EXPECT_FALSE(t.imagefile);
+    const auto pixels = BlockBytes(*t->imageBuffer);
+    EXPECT_EQ(t->errstr, c.errstr);
+    EXPECT_EQ(t->ImageOffset, c.imageOffset);
+    EXPECT_FALSE(t->imagefile);
+    EXPECT_EQ(bar.maxima, std::vector<std::int64_t>{100});
+    ASSERT_EQ(bar.values.size(), c.progressCalls);
+    EXPECT_DOUBLE_EQ(bar.values.back(), c.lastProgress);
     const auto bytes = FileBytes(path);
     ASSERT_EQ(bytes.size(), c.imageOffset + pixels.size());
     EXPECT_EQ(bytes[8] | bytes[9] << 8, c.entries);
     EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), bytes.begin() + c.imageOffset));
 
     const LibtiffImage back = ReadWithLibtiff(path);
-    EXPECT_EQ(back.width, 3u);
+    EXPECT_EQ(back.width, c.width);
     EXPECT_EQ(back.height, 2u);
     EXPECT_EQ(back.samples, c.samples);
     EXPECT_EQ(back.bits, c.bits);
@@ -75,90 +80,56 @@ TEST_P(WriteTIFFTest, LibtiffAndOurReaderSeeWhatWasWritten) {
     // Our reader takes RGB only, and BitsPerSample always from an array.
     if (c.samples != 3 || c.interpretation != 2) return;
     TiffFile ours;
-    ours.fi = t.fi;
+    ours.fi = t->fi;
     ASSERT_FALSE(ours.OpenTIFF());
     ours.ReadImage();
-    EXPECT_EQ(ours.ImageOffset, c.imageOffset);
     EXPECT_EQ(ours.BitsPerSample, c.bits);
-    EXPECT_EQ(std::vector<std::uint8_t>(ours.imageBuffer->Data(),
-                                        ours.imageBuffer->Data() + ours.imageBuffer->Size()),
-              pixels);
+    EXPECT_EQ(BlockBytes(*ours.imageBuffer), pixels);
     EXPECT_EQ(ours.ReadProfile(), c.profile && !c.profile->empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Layouts, WriteTIFFTest,
-    ::testing::Values(
-        WriteCase{"EightBitNoProfile", 3, 8, 2, std::nullopt, 0, 0, 11, 152, ""},
-        WriteCase{"OddProfileOverLongerFile", 3, 16, 2, PatternBytes(5, 9), 0, 100000, 12, 169, ""},
-        WriteCase{"EmptyProfileBuffer", 3, 8, 8, std::vector<std::uint8_t>{}, 40, 0, 11, 152, ""},
-        WriteCase{"NilProfileStaleLength", 3, 16, 2, std::nullopt, 99, 0, 11, 152, ""},
-        WriteCase{"OneSampleInline", 1, 8, 2, std::nullopt, 0, 0, 11, 146, ""},
-        WriteCase{"NeitherRgbNorLab", 3, 8, 5, std::nullopt, 0, 0, 11, 152,
-                  "The file must contain RGB or CIE Lab data."}),
+    ::testing::Values(WriteCase{"EightBitNoProfile", 3, 3, 8, 2, std::nullopt, 0, 0, 11, 152, 18,
+                                1700.0 / 18, ""},
+                      WriteCase{"OddProfileOverLongerFile", 100, 3, 16, 2, PatternBytes(5, 9), 0,
+                                100000, 12, 169, 100, 99, ""},
+                      WriteCase{"EmptyProfileBuffer", 175, 3, 8, 8, std::vector<std::uint8_t>{}, 40,
+                                0, 11, 152, 105, 104000.0 / 1050, ""},
+                      WriteCase{"NilProfileStaleLength", 3, 3, 16, 2, std::nullopt, 99, 0, 11, 152,
+                                36, 3500.0 / 36, ""},
+                      WriteCase{"OneSampleInline", 3, 1, 8, 2, std::nullopt, 0, 0, 11, 146, 6,
+                                500.0 / 6, ""},
+                      WriteCase{"NeitherRgbNorLab", 25, 3, 8, 5, std::nullopt, 0, 0, 11, 152, 150,
+                                14900.0 / 150, "The file must contain RGB or CIE Lab data."}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(WriteTIFF, ThreeEightBitSamplesGiveTheTabledHeader) {
     ScratchFolder folder;
-    TiffFile t = Raster(folder / "out.tif", 2, 1, 3, 8);
-    t.WriteTIFF();
-    // Hand-assembled: header, 11 entries in order, next-IFD 0, BitsPerSample at 146.
-    const std::vector<std::uint8_t> header = {
-        0x49, 0x49, 42, 0, 8, 0, 0, 0, 11,  0,        //
-        0xFE, 0x00, 4,  0, 1, 0, 0, 0, 0,   0, 0, 0,  // NewSubfileType
-        0x00, 0x01, 4,  0, 1, 0, 0, 0, 2,   0, 0, 0,  // ImageWidth
-        0x01, 0x01, 4,  0, 1, 0, 0, 0, 1,   0, 0, 0,  // ImageLength
-        0x02, 0x01, 3,  0, 3, 0, 0, 0, 146, 0, 0, 0,  // BitsPerSample
-        0x03, 0x01, 3,  0, 1, 0, 0, 0, 1,   0, 0, 0,  // Compression
-        0x06, 0x01, 3,  0, 1, 0, 0, 0, 2,   0, 0, 0,  // PhotometricInterpretation
-        0x11, 0x01, 4,  0, 1, 0, 0, 0, 152, 0, 0, 0,  // StripOffsets
-        0x15, 0x01, 3,  0, 1, 0, 0, 0, 3,   0, 0, 0,  // SamplesPerPixel
-        0x16, 0x01, 4,  0, 1, 0, 0, 0, 1,   0, 0, 0,  // RowsPerStrip
-        0x17, 0x01, 4,  0, 1, 0, 0, 0, 6,   0, 0, 0,  // StripByteCounts
-        0x1C, 0x01, 3,  0, 1, 0, 0, 0, 1,   0, 0, 0,  // PlanarConfiguration
-        0,    0,    0,  0,                            // no next directory
-        8,    0,    8,  0, 8, 0};
+    Raster(folder / "out.tif", 1, 3, 8)->WriteTIFF();
+    // Assembled by hand: header, the 11 entries in order, no next directory,
+    // BitsPerSample at 146 (0x92), pixels at 152 (0x98).
+    std::istringstream hex(
+        "49 49 2a 00 08 00 00 00 0b 00"
+        " fe 00 04 00 01 00 00 00 00 00 00 00  00 01 04 00 01 00 00 00 01 00 00 00"
+        " 01 01 04 00 01 00 00 00 02 00 00 00  02 01 03 00 03 00 00 00 92 00 00 00"
+        " 03 01 03 00 01 00 00 00 01 00 00 00  06 01 03 00 01 00 00 00 02 00 00 00"
+        " 11 01 04 00 01 00 00 00 98 00 00 00  15 01 03 00 01 00 00 00 03 00 00 00"
+        " 16 01 04 00 01 00 00 00 02 00 00 00  17 01 04 00 01 00 00 00 06 00 00 00"
+        " 1c 01 03 00 01 00 00 00 01 00 00 00  00 00 00 00  08 00 08 00 08 00");
+    std::vector<std::uint8_t> header;
+    for (unsigned byte; hex >> std::hex >> byte;) header.push_back(static_cast<std::uint8_t>(byte));
     const auto bytes = FileBytes(folder / "out.tif");
     ASSERT_EQ(bytes.size(), 158u);
     EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 152), header);
 }
 
-struct ProgressCase {
-    const char* name;
-    std::int64_t width;  // of one 8-bit RGB row
-    std::size_t calls;
-    double last;
-};
-
-class WriteProgressTest : public ::testing::TestWithParam<ProgressCase> {};
-
-TEST_P(WriteProgressTest, ReportsByHundredths) {
-    const ProgressCase c = GetParam();
-    ScratchFolder folder;
-    RecordedProgress bar;
-    TiffFile t = Raster(folder / "out.tif", c.width, 1, 3, 8, &bar);
-    t.WriteTIFF();
-    EXPECT_EQ(bar.maxima, std::vector<std::int64_t>{100});
-    ASSERT_EQ(bar.values.size(), c.calls);
-    EXPECT_EQ(bar.values.front(), 0.0);
-    EXPECT_DOUBLE_EQ(bar.values.back(), c.last);
-    EXPECT_EQ(bar.refreshes, static_cast<int>(c.calls));
-}
-
-// 6 bytes: step 0, every byte. 150: step 1. 600: step 6. 1050: step 10, 105 calls.
-INSTANTIATE_TEST_SUITE_P(Totals, WriteProgressTest,
-                         ::testing::Values(ProgressCase{"StepZero", 2, 6, 500.0 / 6},
-                                           ProgressCase{"StepOne", 50, 150, 14900.0 / 150},
-                                           ProgressCase{"StepSix", 200, 100, 99.0},
-                                           ProgressCase{"StepTen", 350, 105, 104000.0 / 1050}),
-                         [](const auto& info) { return std::string(info.param.name); });
-
 TEST(WriteTIFF, AShortBufferIsRefusedBeforeTheTargetIsTouched) {
     ScratchFolder folder;
     std::ofstream(folder / "out.tif") << "keep";
-    TiffFile t = Raster(folder / "out.tif", 3, 2, 3, 8);
-    t.ImageWidth = 4;
-    EXPECT_THROW(t.WriteTIFF(), OutOfBoundsException);
+    const auto t = Raster(folder / "out.tif", 3, 3, 8);
+    t->ImageWidth = 4;
+    EXPECT_THROW(t->WriteTIFF(), OutOfBoundsException);
     EXPECT_EQ(FileBytes(folder / "out.tif"), (std::vector<std::uint8_t>{'k', 'e', 'e', 'p'}));
 }
 }  // namespace
