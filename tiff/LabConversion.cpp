@@ -62,6 +62,7 @@ void TiffFile::LabIntToFloatArray() {
         throw OutOfBoundsException("The image buffer holds fewer pixels than the image has.");
 
     img.Redim(ImageWidth - 1, ImageHeight - 1, 2);
+    if (pixels == 0) return;  // a header may claim billions of empty rows
     std::size_t at = 0;
     for (std::int64_t y = 0; y < ImageHeight; ++y) {
         for (std::int64_t x = 0; x < ImageWidth; ++x) {

@@ -33,7 +33,9 @@ void TiffFile::ReadImage() {
     stream.LittleEndian = LittleEndian;
     stream.SetPosition(ImageOffset);
     Progress& bar = EqualizeProgress();
-    for (std::int64_t row = 0; row < ImageHeight; ++row) {
+    // Rows of no bytes hold nothing to read, and a header may claim billions.
+    const std::int64_t rows = rowBytes == 0 ? 0 : ImageHeight;
+    for (std::int64_t row = 0; row < rows; ++row) {
         stream.Read(buffer->Data() + static_cast<std::size_t>(row) * rowBytes, rowBytes);
         bar.SetValue(static_cast<double>(row + 1));
         bar.Refresh();
