@@ -6,10 +6,12 @@
 
 #include "AnalyzeCommand.h"
 #include "ExitCodes.h"
+#include "InfoCommand.h"
 
 namespace {
 void PrintUsage(std::ostream& out) {
-    out << "usage: brisavane-cli analyze WHITE\n";
+    out << "usage: brisavane-cli analyze WHITE\n"
+           "       brisavane-cli info FILE [--profile OUT]\n";
 }
 }  // namespace
 
@@ -21,6 +23,7 @@ int main(int argc, char** argv) {
     }
     const std::vector<std::string> rest(args.begin() + 1, args.end());
     if (args[0] == "analyze") return RunAnalyze(rest, std::cout, std::cerr);
+    if (args[0] == "info") return RunInfo(rest, std::cout, std::cerr);
     if (args[0] == "--help" || args[0] == "-h") {
         PrintUsage(std::cout);
         return kExitOk;

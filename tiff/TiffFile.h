@@ -65,12 +65,32 @@ class TiffFile {
     // words in errstr and the stream closed. False when parsed, and also when
     // fi is nil, in which case nothing at all is done.
     virtual bool OpenTIFF();
+    // Loads every pixel row into imageBuffer, 16-bit samples in the host's
+    // order. Throws IOException when the rows don't lie inside the file.
+    virtual void ReadImage();
+    // Loads the embedded ICC profile into profileBuffer; true when one of
+    // non-zero size is there. False, with profileBuffer untouched, when the file
+    // names none or names bytes past its end.
+    virtual bool ReadProfile();
+    // One pixel's three channels from the open imagefile: raw RGB samples, or
+    // L* (0..100), a* and b* for Lab. x and y past the image read the last
+    // column or row.
+    virtual void GetTIFFPixel(std::int64_t x, std::int64_t y, double& first, double& second,
+                              double& third);
+    // 8-bit display RGB, each 0..255, of one L*a*b* triple.
+    virtual void LabToRGB(double L, double a, double b, std::int64_t& red, std::int64_t& green,
+                          std::int64_t& blue);
+    // Expands the Lab raster of imageBuffer into img as (column, row, channel).
+    virtual void LabIntToFloatArray();
     // The open and save dialogs, filtered by "image/tiff"; a cancel leaves fi nil.
     virtual void AskOpen();
     // A decimated picture of the file that fits width x height, read row by row
     // from the open imagefile; the image is never enlarged.
     virtual std::shared_ptr<Picture> MakeScaledPictureDisk(std::int64_t width, std::int64_t height);
     virtual void AskSave(const std::string& name);
+    // Writes imageBuffer and profileBuffer to fi as a little-endian, one-strip,
+    // uncompressed TIFF, replacing whatever fi held.
+    virtual void WriteTIFF();
     // Brightest and darkest green sample of the whole buffer (after ReadImage).
     virtual void FindMaxLuminance();
     // The same, row by row from the file, with the place of the brightest sample.

@@ -24,3 +24,7 @@ inline bool CheckedAdd(std::int64_t a, std::int64_t b, std::int64_t& result) {
     result = a + b;
     return true;
 }
+
+inline std::int64_t WrappingAdd(std::int64_t a, std::int64_t b) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
+}

@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "InfoCommand.h"
+#include "support/RasterFixtures.h"
+
+namespace {
+const std::string kWhiteCard = std::string(BRISAVANE_SAMPLES) + "/white_card.tif";
+const std::string kUsage = "usage: brisavane-cli info FILE [--profile OUT]\n";
+
+struct InfoCase {
+    const char* name;
+    std::vector<std::string> args;  // "@name" is a file of the scratch folder
+    int code;
+    std::string out;  // all of it, or "" when nothing is printed
+    std::string err;  // words ending in a blank are followed by the last argument
+};
+
+class CliInfoTest : public ::testing::TestWithParam<InfoCase> {};
+
+TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
+    const InfoCase c = GetParam();
+    ScratchFolder folder;
+    LibtiffImage gray = PatternImage(2, 2, 8);
+    gray.samples = 1;
+    gray.photometric = PHOTOMETRIC_MINISBLACK;
+    WriteWithLibtiff(folder / "gray.tif", gray);
+    LibtiffImage rgb = PatternImage(2, 2, 8);
+    rgb.profile = PatternBytes(333);
+    WriteWithLibtiff(folder / "rgb.tif", rgb, true);
+    std::ofstream(folder / "text.tif") << "plain words, no image";
+    const auto before = FileBytes(folder / "rgb.tif");
+
+    std::vector<std::string> args;
+    for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
+    std::ostringstream out, err;
+    EXPECT_EQ(RunInfo(args, out, err), c.code);
+    if (!c.out.empty()) {
+        EXPECT_EQ(out.str(), c.out);
+    }
+    EXPECT_EQ(err.str(), c.err.ends_with(' ') ? c.err + args.back() + "\n" : c.err);
+    EXPECT_EQ(FileBytes(folder / "rgb.tif"), before);
+    if (c.code == 0 && args.size() == 3) {
+        EXPECT_EQ(FileBytes(args[2]), rgb.profile);
+    }
+}
+
+// The sample's layout: 10 entries at 8, BitsPerSample at 134, pixels at 140.
+const std::string kWhiteCardRecord =
+    "BitsPerSample: 16\nBytesPerPixel: 6\nBytesPerRow: 2160\nCompression: 1\nConfiguration: 1\n"
+    "ImageOffset: 140\nImageWidth: 360\nInterpretation: 2\nRowsPerStrip: 240\nSamplesPerPixel: 3\n"
+    "errstr: \nfi: " +
+    kWhiteCard +
+    "\nimagefile: open\nImageHeight: 240\nimageBuffer: nil\n"
+    "ProfileLength: 0\nProfileOffset: 0\nStripByteCount: 518400\nLittleEndian: True\n"
+    "profileBuffer: nil\nimg: upper bounds -1, -1, -1\nMaxLuminance: 0\nPixelCount: 86400\n"
+    "SwapBytes: False\nHostLittleEndian: True\npxmax: 0\npymax: 0\nMinLuminance: 0\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CliInfoTest,
+    ::testing::Values(InfoCase{"Record", {kWhiteCard}, 0, kWhiteCardRecord, ""},
+                      InfoCase{"Profile", {"@rgb.tif", "--profile", "@p.icc"}, 0, "", ""},
+                      InfoCase{"NoFile", {}, 2, "", kUsage},
+                      InfoCase{"TwoFiles", {"@a", "@b"}, 2, "", kUsage},
+                      InfoCase{"ProfileWithoutOut", {"@rgb.tif", "--profile"}, 2, "", kUsage},
+                      InfoCase{"UnknownOption", {"--verbose", "@rgb.tif"}, 2, "", kUsage},
+                      InfoCase{
+                          "Missing", {"@none.tif"}, 2, "", "Error: The file can't be opened: "},
+                      InfoCase{"NotATiff", {"@text.tif"}, 2, "", "Not a valid TIFF file.\n"},
+                      InfoCase{"NotRgb", {"@gray.tif"}, 2, "", "The file must be RGB only.\n"},
+                      InfoCase{"NoProfile",
+                               {kWhiteCard, "--profile", "@p.icc"},
+                               2,
+                               kWhiteCardRecord,
+                               "Error: The file carries no ICC profile.\n"},
+                      InfoCase{"ProfileOverItsOwnFile",
+                               {"@rgb.tif", "--profile", "@rgb.tif"},
+                               2,
+                               "",
+                               "Error: The profile can't be written to "}),
+    [](const auto& info) { return std::string(info.param.name); });
+}  // namespace
