@@ -1,0 +1,42 @@
+#include "PictureCanvas.h"
+
+#include <QPainter>
+
+#include "PictureImage.h"
+
+void Graphics::DrawPicture(const Picture& picture, int x, int y) {
+    QPainter painter(&surface_);
+    painter.drawImage(x, y, ToQImage(picture));
+}
+
+void Graphics::ClearRect(int x, int y, int width, int height) {
+    QPainter painter(&surface_);
+    painter.fillRect(x, y, width, height, Qt::white);
+}
+
+int Graphics::Width() const {
+    return surface_.width();
+}
+int Graphics::Height() const {
+    return surface_.height();
+}
+
+PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
+    surface_ = QImage(1, 1, QImage::Format_ARGB32);
+    surface_.fill(Qt::white);
+}
+
+void PictureCanvas::resizeEvent(QResizeEvent* event) {
+    QImage grown(size(), QImage::Format_ARGB32);
+    grown.fill(Qt::white);
+    QPainter(&grown).drawImage(0, 0, surface_);
+    surface_ = grown;
+    QWidget::resizeEvent(event);
+}
+
+void PictureCanvas::paintEvent(QPaintEvent*) {
+    Graphics graphics(surface_);
+    if (backdrop_) graphics.DrawPicture(*backdrop_, 0, 0);
+    if (paint_) paint_(graphics);
+    QPainter(this).drawImage(0, 0, surface_);
+}
