@@ -1,11 +1,15 @@
 #include "PictureCanvas.h"
 
 #include <QPainter>
+#include <QPalette>
 
 #include "PictureImage.h"
 
+// The picture replaces what lies under it, transparent pixels included, so a
+// wiped picture wipes its own area of the canvas and nothing beyond it.
 void Graphics::DrawPicture(const Picture& picture, int x, int y) {
     QPainter painter(&surface_);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.drawImage(x, y, ToQImage(picture));
 }
 
@@ -21,7 +25,13 @@ int Graphics::Height() const {
     return surface_.height();
 }
 
+// The canvas stands on the window's white, which shows where a picture is
+// transparent.
 PictureCanvas::PictureCanvas(QWidget* parent) : QWidget(parent) {
+    QPalette white = palette();
+    white.setColor(QPalette::Window, Qt::white);
+    setPalette(white);
+    setAutoFillBackground(true);
     surface_ = QImage(1, 1, QImage::Format_ARGB32);
     surface_.fill(Qt::white);
 }

@@ -29,6 +29,7 @@ using namespace ControlFlag;
 
 constexpr int kClientWidth = 760;
 constexpr int kClientHeight = 500;
+constexpr int kControlFontPixels = 10;
 constexpr int kRowPictureColumn = 0;
 constexpr int kTickColumn = 1;
 constexpr int kNameColumn = 2;
@@ -70,6 +71,7 @@ void SetUpSubjectList(QTableWidget* list) {
     list->setColumnCount(3);
     list->horizontalHeader()->hide();
     list->verticalHeader()->hide();
+    list->horizontalHeader()->setMinimumSectionSize(0);
     list->setColumnWidth(kRowPictureColumn, 15);
     list->setColumnWidth(kTickColumn, 20);
     list->horizontalHeader()->setStretchLastSection(true);
@@ -103,6 +105,10 @@ WinEqualize::WinEqualize(MenuBar1* menuBar, Dialogs* dialogs)
     white.setColor(QPalette::Window, Qt::white);
     client->setPalette(white);
     client->setAutoFillBackground(true);
+    // Captions must fit the fixed sizes of their controls.
+    QFont compact = client->font();
+    compact.setPixelSize(kControlFontPixels);
+    client->setFont(compact);
     setCentralWidget(client);
     layout()->setSizeConstraint(QLayout::SetFixedSize);
 

@@ -12,7 +12,7 @@
 // Answers the program's questions with prepared paths (an empty path is a
 // cancel) and records the messages it was given.
 class FakeDialogs final : public Dialogs {
-public:
+  public:
     std::deque<std::filesystem::path> openAnswers;
     std::deque<std::filesystem::path> folderAnswers;
     std::vector<std::string> messages;
@@ -32,7 +32,7 @@ public:
     }
     void MsgBox(const std::string& text) override { messages.push_back(text); }
 
-private:
+  private:
     static std::shared_ptr<FolderItem> Next(std::deque<std::filesystem::path>& answers) {
         if (answers.empty()) return nullptr;
         const std::filesystem::path path = answers.front();

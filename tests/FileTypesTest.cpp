@@ -38,9 +38,9 @@ TEST(FileTypesTest, AllFileTypesHoldsTheEightInOrder) {
 TEST(FileTypesTest, AccessorsGiveTheirOwnObjects) {
     const FileTypes& types = FileTypes::Instance();
     const auto& all = types.AllFileTypes();
-    const FileType* accessors[] = {&types.Text(),      &types.ImageTiff(), &types.ImagePict(),
-                                   &types.ImageGif(),  &types.ImageJpeg(), &types.TextPlain(),
-                                   &types.ImageRaw(),  &types.Prof()};
+    const FileType* accessors[] = {&types.Text(),     &types.ImageTiff(), &types.ImagePict(),
+                                   &types.ImageGif(), &types.ImageJpeg(), &types.TextPlain(),
+                                   &types.ImageRaw(), &types.Prof()};
     for (std::size_t n = 0; n < all.size(); ++n) EXPECT_EQ(accessors[n], all[n].get()) << n;
     EXPECT_NE(&types.Text(), &types.TextPlain());
     EXPECT_EQ(types.Text().Extensions, types.TextPlain().Extensions);
@@ -48,12 +48,21 @@ TEST(FileTypesTest, AccessorsGiveTheirOwnObjects) {
 
 TEST(FileTypesTest, TypeOfNamesTheFirstMatchingType) {
     const std::pair<const char*, const char*> cases[] = {
-        {"chart.tif", "image/tiff"},   {"CHART.TIF", "image/tiff"}, {"scan.tiff", "image/tiff"},
-        {"old.jfx", "image/tiff"},     {"notes.txt", "text"},       {"readme.text", "text"},
-        {"photo.jpeg", "image/jpeg"},  {"shot.raw", "image/raw"},   {"display.icc", "prof"},
-        {"card.tif.bak", ""},          {"tif", ""},                 {"chart.tifx", ""},
+        {"chart.tif", "image/tiff"},
+        {"CHART.TIF", "image/tiff"},
+        {"scan.tiff", "image/tiff"},
+        {"old.jfx", "image/tiff"},
+        {"notes.txt", "text"},
+        {"readme.text", "text"},
+        {"photo.jpeg", "image/jpeg"},
+        {"shot.raw", "image/raw"},
+        {"display.icc", "prof"},
+        {"card.tif.bak", ""},
+        {"tif", ""},
+        {"chart.tifx", ""},
         {"", ""},
     };
-    for (const auto& [file, type] : cases) EXPECT_EQ(FileTypes::Instance().TypeOf(file), type) << file;
+    for (const auto& [file, type] : cases)
+        EXPECT_EQ(FileTypes::Instance().TypeOf(file), type) << file;
 }
 }  // namespace

@@ -20,8 +20,8 @@ struct TiffFixture {
     std::uint32_t height = 3;
     int bits = 8;
     bool little = true;
-    std::int64_t rowsPerStrip = -1;  // -1: the height
-    std::size_t cutPixelBytes = 0;   // bytes of pixel data left off the end
+    std::int64_t rowsPerStrip = -1;    // -1: the height
+    std::size_t cutPixelBytes = 0;     // bytes of pixel data left off the end
     std::uint32_t interpretation = 2;  // 2 is RGB
     std::function<Rgb(std::uint32_t x, std::uint32_t y)> pixel = [](std::uint32_t, std::uint32_t) {
         return Rgb{100, 100, 100};
@@ -42,11 +42,18 @@ struct TiffFixture {
         const std::uint32_t bytesPerPixel = 3 * static_cast<std::uint32_t>(bits / 8);
         const std::uint32_t stripBytes = width * height * bytesPerPixel;
         const std::vector<Entry> entries = {
-            {256, 4, width}, {257, 4, height}, {258, 3, 0}, {259, 3, 1}, {262, 3, interpretation}, {273, 4, 0},
+            {256, 4, width},
+            {257, 4, height},
+            {258, 3, 0},
+            {259, 3, 1},
+            {262, 3, interpretation},
+            {273, 4, 0},
             {277, 3, 3},
             {278, 4, static_cast<std::uint32_t>(rowsPerStrip < 0 ? height : rowsPerStrip)},
-            {279, 4, stripBytes}, {284, 3, 1}};
-        const std::uint32_t bitsOffset = 8 + 2 + 12 * static_cast<std::uint32_t>(entries.size()) + 4;
+            {279, 4, stripBytes},
+            {284, 3, 1}};
+        const std::uint32_t bitsOffset =
+            8 + 2 + 12 * static_cast<std::uint32_t>(entries.size()) + 4;
         const std::uint32_t pixelOffset = bitsOffset + 6;
         out.push_back(little ? 'I' : 'M');
         out.push_back(little ? 'I' : 'M');
@@ -57,7 +64,9 @@ struct TiffFixture {
             put(e.tag, 2);
             put(e.type, 2);
             put(e.tag == 258 ? 3 : 1, 4);
-            const std::uint32_t value = e.tag == 258 ? bitsOffset : e.tag == 273 ? pixelOffset : e.value;
+            const std::uint32_t value = e.tag == 258   ? bitsOffset
+                                        : e.tag == 273 ? pixelOffset
+                                                       : e.value;
             if (e.type == 3 && e.tag != 258) {
                 put(value, 2);
                 put(0, 2);
@@ -75,13 +84,14 @@ struct TiffFixture {
         }
         out.resize(out.size() - std::min(cutPixelBytes, static_cast<std::size_t>(stripBytes)));
         std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(out.data()), static_cast<std::streamsize>(out.size()));
+            .write(reinterpret_cast<const char*>(out.data()),
+                   static_cast<std::streamsize>(out.size()));
     }
 };
 
 // A fresh, empty folder under the system's temporary folder, removed at the end.
 class TempFolder {
-public:
+  public:
     TempFolder() {
         static int counter = 0;
         path_ = std::filesystem::temp_directory_path() /
@@ -96,6 +106,6 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
-private:
+  private:
     std::filesystem::path path_;
 };

@@ -11,12 +11,12 @@ struct ToneCase {
 TEST(ToneMapTest, BandsByGreenByteAndDarkerPixelsCopied) {
     // Colours as 0xAARRGGBB, alpha 0 = opaque.
     const ToneCase cases[] = {
-        {0x00000000u | 255u << 8, 0x00FF0000u},          // 255: top band, red
-        {250u << 8, 0x00FF0000u},                        // 250: still red
-        {249u << 8, 0x00FF8000u},                        // 249: second band
+        {0x00000000u | 255u << 8, 0x00FF0000u},  // 255: top band, red
+        {250u << 8, 0x00FF0000u},                // 250: still red
+        {249u << 8, 0x00FF8000u},                // 249: second band
         {245u << 8, 0x00FF8000u},
         {244u << 8, 0x00FFC000u},
-        {0x00FF00FFu | 240u << 8, 0x00FFC000u},          // red and blue bytes play no part
+        {0x00FF00FFu | 240u << 8, 0x00FFC000u},  // red and blue bytes play no part
         {235u << 8, 0x00FFFF00u},
         {230u << 8, 0x00CCF000u},
         {225u << 8, 0x0000E000u},
@@ -26,11 +26,11 @@ TEST(ToneMapTest, BandsByGreenByteAndDarkerPixelsCopied) {
         {209u << 8, 0x000080FFu},
         {205u << 8, 0x000080FFu},
         {204u << 8, 0x000000FFu},
-        {200u << 8, 0x000000FFu},                        // 200: last band, blue
-        {(0x00123456u & ~0xFF00u) | 199u << 8, 0x0012C756u}, // 199: copied as it is
-        {0x00FF0000u, 0x00FF0000u},                      // pure red: green 0, copied
-        {0x7F00C800u, 0x000000FFu},                      // a band replaces the alpha too
-        {0x7F10C710u, 0x7F10C710u},                      // a copy keeps it
+        {200u << 8, 0x000000FFu},                             // 200: last band, blue
+        {(0x00123456u & ~0xFF00u) | 199u << 8, 0x0012C756u},  // 199: copied as it is
+        {0x00FF0000u, 0x00FF0000u},                           // pure red: green 0, copied
+        {0x7F00C800u, 0x000000FFu},                           // a band replaces the alpha too
+        {0x7F10C710u, 0x7F10C710u},                           // a copy keeps it
     };
     Picture white(static_cast<std::int64_t>(std::size(cases)), 1);
     for (std::size_t x = 0; x < std::size(cases); ++x)
@@ -51,6 +51,7 @@ TEST(ToneMapTest, WritesEveryPixelOfTheMapRowByRow) {
     const std::uint32_t expected[2][3] = {{0x0000BE00u, 0x000000FFu, 0x0000C0FFu},
                                           {0x0000C300u, 0x000080FFu, 0x0000FFFFu}};
     for (std::int64_t y = 0; y < 2; ++y)
-        for (std::int64_t x = 0; x < 3; ++x) EXPECT_EQ(tone.Pixel(x, y), expected[y][x]) << x << "," << y;
+        for (std::int64_t x = 0; x < 3; ++x)
+            EXPECT_EQ(tone.Pixel(x, y), expected[y][x]) << x << "," << y;
 }
 }  // namespace

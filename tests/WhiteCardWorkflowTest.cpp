@@ -10,7 +10,7 @@
 namespace {
 // Records what opening a white card did to the window.
 class FakeWhiteCardHost final : public WhiteCardHost {
-public:
+  public:
     FakeDialogs dialogs;
     std::map<WhiteLabel, std::string> labels;
     std::vector<std::string> statusShown;  // the status line at each immediate redraw
@@ -32,7 +32,9 @@ public:
     void SetProcessEnabled(bool enabled) override { processEnabled = enabled; }
     bool ShowPreviews() override { return previews; }
     CanvasSize WhiteCanvas() override { return {230, 230}; }
-    TiffServices WhiteServices() override { return TiffServices{&NoProgress::Instance(), &NoProgress::Instance(), &dialogs}; }
+    TiffServices WhiteServices() override {
+        return TiffServices{&NoProgress::Instance(), &NoProgress::Instance(), &dialogs};
+    }
     Dialogs& UserDialogs() override { return dialogs; }
 };
 
@@ -42,14 +44,15 @@ TiffFixture BrightAt21(bool little) {
     f.bits = 16;
     f.little = little;
     f.pixel = [](std::uint32_t x, std::uint32_t y) {
-        const std::uint16_t g = x == 2 && y == 1 ? 61680 : static_cast<std::uint16_t>(50000 + x + 10 * y);
+        const std::uint16_t g =
+            x == 2 && y == 1 ? 61680 : static_cast<std::uint16_t>(50000 + x + 10 * y);
         return TiffFixture::Rgb{60000, g, 1000};
     };
     return f;
 }
 
 class WhiteCardWorkflowTest : public ::testing::Test {
-protected:
+  protected:
     TempFolder folder;
     WindowState state;
     FakeWhiteCardHost host;
@@ -90,7 +93,7 @@ TEST_F(WhiteCardWorkflowTest, MaximumTextDependsOnPixelSizeAlone) {
         const char* expected;
     };
     // 16-bit figures divided by 257 and rounded: 65535 -> 255, 128 -> 0.498 -> 0, 129 -> 1.
-    const Case cases[] = {{8, 240, "240"}, {8, 255, "255"}, {16, 65535, "65535 (255)"},
+    const Case cases[] = {{8, 240, "240"},      {8, 255, "255"},      {16, 65535, "65535 (255)"},
                           {16, 128, "128 (0)"}, {16, 129, "129 (1)"}, {16, 385, "385 (1)"},
                           {16, 386, "386 (2)"}};
     for (const Case& c : cases) {
@@ -98,7 +101,8 @@ TEST_F(WhiteCardWorkflowTest, MaximumTextDependsOnPixelSizeAlone) {
         TiffFixture f;
         f.bits = c.bits;
         f.pixel = [&](std::uint32_t x, std::uint32_t y) {
-            return TiffFixture::Rgb{0, static_cast<std::uint16_t>(x == 3 && y == 2 ? c.green : 1), 0};
+            return TiffFixture::Rgb{0, static_cast<std::uint16_t>(x == 3 && y == 2 ? c.green : 1),
+                                    0};
         };
         Open(Make(f, "card.tif"));
         EXPECT_EQ(Label(WhiteLabel::TxtMaxVal), c.expected);
@@ -152,8 +156,9 @@ TEST_F(WhiteCardWorkflowTest, CancelAfterAcceptedCardResetsButKeepsTheCard) {
     EXPECT_DOUBLE_EQ(state.AmountToApply, 1.0);
     EXPECT_EQ(state.ErrorMessages, (std::vector<std::string>{"", "", ""}));
     EXPECT_EQ(host.scaleText, "100.0");
-    for (WhiteLabel label : {WhiteLabel::TxtWhite, WhiteLabel::TxtInfoWhite, WhiteLabel::TxtStatusWhite,
-                             WhiteLabel::TxtResult, WhiteLabel::TxtMaxVal})
+    for (WhiteLabel label :
+         {WhiteLabel::TxtWhite, WhiteLabel::TxtInfoWhite, WhiteLabel::TxtStatusWhite,
+          WhiteLabel::TxtResult, WhiteLabel::TxtMaxVal})
         EXPECT_EQ(Label(label), "");
     EXPECT_EQ(Label(WhiteLabel::TxtMaxLoc), "  x: 2  y: 1");  // kept through the reset
     EXPECT_EQ(host.rowDeletes, 2);
@@ -193,7 +198,8 @@ TEST_F(WhiteCardWorkflowTest, RefusedFilesKeepTheFormerCard) {
              f.cutPixelBytes = 1;
              f.Write(p);
          },
-         "Error: The white card image data is incomplete: the file ends before its last pixel row."},
+         "Error: The white card image data is incomplete: the file ends before its last pixel "
+         "row."},
         // Refused by the reader after the height but before the rows per strip:
         // the unequal pair wins over the reader's own words.
         {"grey image",
