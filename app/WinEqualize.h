@@ -34,10 +34,6 @@ class WinEqualize : public QMainWindow, public WhiteCardHost, public BatchHost {
     WindowState& State() { return state_; }
     WindowEventPump& Pump() { return *pump_; }
 
-    // The white card's key strip.
-    static constexpr int kToneScaleWidth = 230;
-    static constexpr int kToneScaleHeight = 20;
-
     // Handlers, in their order.
     void BtnSubject_Action();
     void LstSubject_CellAction(int row, int column);

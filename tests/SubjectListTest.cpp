@@ -81,6 +81,21 @@ TEST_F(SubjectListTest, TicksDecideSubjectSelectedAndTheProcessButton) {
     }
 }
 
+TEST_F(SubjectListTest, AClickOnTheTickBoxTicksTheRow) {
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Choose(MixedFolder());
+    State().WhiteOpened = true;
+    const QRect cell = list->visualItemRect(list->item(1, 1));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_TRUE(win->Ticked(1));
+    EXPECT_TRUE(State().SubjectSelected);
+    EXPECT_TRUE(Get("BtnProcess")->isEnabled());
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_FALSE(win->Ticked(1));
+    EXPECT_FALSE(Get("BtnProcess")->isEnabled());
+}
+
 TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
     Choose(MixedFolder());
     State().WhiteOpened = true;

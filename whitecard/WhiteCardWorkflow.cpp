@@ -46,8 +46,7 @@ bool AcceptCandidate(TiffFile& candidate, WhiteCardHost& host) {
     candidate.FindMaxLuminanceDisk();
     return true;
 }
-}  // namespace
-
+// The first part of every press, also of one whose dialog is cancelled.
 void ResetWindow(WindowState& state, WhiteCardHost& host) {
     state.EqualizationCompleted = false;
     for (std::string& message : state.ErrorMessages) message.clear();
@@ -65,6 +64,7 @@ void ResetWindow(WindowState& state, WhiteCardHost& host) {
         ClearPicture(picture);
     host.RefreshCanvases();
 }
+}  // namespace
 
 void OpenWhiteCard(WindowState& state, WhiteCardHost& host) {
     std::shared_ptr<TiffFile> candidate;

@@ -40,6 +40,3 @@ class WhiteCardHost {
 // until the new one has been scanned. A missing object on the way ends it with
 // "Error: " and the candidate's words; any other exception goes on to the caller.
 void OpenWhiteCard(WindowState& state, WhiteCardHost& host);
-
-// The first part of every press, also of one whose dialog is cancelled.
-void ResetWindow(WindowState& state, WhiteCardHost& host);
