@@ -13,6 +13,7 @@
 
 #include "App.h"
 #include "PictureCanvas.h"
+#include "ProgressBarProgress.h"
 #include "ResourcePictures.h"
 #include "WinAbout.h"
 #include "WindowFixture.h"
@@ -405,5 +406,33 @@ TEST(ResourcePicturesTest, ReadAtTheirOwnSizeAndAFailureIsNotKept) {
     ASSERT_TRUE(ResourcePictures::tone_scale());
     EXPECT_EQ(ResourcePictures::tone_scale()->Width(), 230);
     EXPECT_EQ(ResourcePictures::tone_scale()->Height(), 20);
+}
+}  // namespace
+
+namespace {
+TEST(ProgressBarProgressTest, LongOperationsFitTheBar) {
+    struct Case {
+        std::int64_t maximum;
+        double value;
+        int barMaximum, barValue;
+    };
+    const Case cases[] = {
+        {4000, 1000.0, 4000, 1000},
+        {4000, 5000.0, 4000, 4000},  // held at the end
+        {4000, -3.0, 4000, 0},
+        {4294967294LL, 2147483647.0, 2147483647, 1073741823},  // scaled into int range
+        {-5, 1.0, 0, 0},
+    };
+    QProgressBar bar;
+    ProgressBarProgress progress(&bar);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.maximum);
+        progress.SetMaximum(c.maximum);
+        progress.SetValue(c.value);
+        EXPECT_EQ(bar.maximum(), c.barMaximum);
+        EXPECT_EQ(bar.value(), c.barValue);
+    }
+    progress.SetVisible(true);
+    EXPECT_FALSE(bar.isHidden());
 }
 }  // namespace
