@@ -30,14 +30,14 @@ WinAbout::WinAbout() : QWidget(nullptr, Qt::Window) {
     AddLabel("StaticText4", 140, 20, 14, false, "Equalize lens and light falloff in TIFF images.");
 }
 
-QLabel* WinAbout::AddLabel(const char* name, int top, int height, int pointSize, bool bold,
+QLabel* WinAbout::AddLabel(const char* name, int top, int height, int pixelSize, bool bold,
                            const QString& text) {
     auto* label = new QLabel(text, this);
     label->setObjectName(name);
     label->setGeometry(20, top, 360, height);
     label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
     QFont font = label->font();
-    font.setPointSize(pointSize);
+    font.setPixelSize(pixelSize);
     font.setBold(bold);
     label->setFont(font);
     return label;

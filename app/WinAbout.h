@@ -20,7 +20,7 @@ class WinAbout : public QWidget {
 
   private:
     WinAbout();
-    QLabel* AddLabel(const char* name, int top, int height, int pointSize, bool bold,
+    QLabel* AddLabel(const char* name, int top, int height, int pixelSize, bool bold,
                      const QString& text);
 
     QLabel* txtVersion_ = nullptr;

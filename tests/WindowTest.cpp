@@ -1,5 +1,6 @@
 #include <QCheckBox>
 #include <QClipboard>
+#include <QDir>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
@@ -358,6 +359,8 @@ TEST(WinAboutTest, TextsAndAFreshWindowEachTime) {
         EXPECT_TRUE(label->alignment() & Qt::AlignHCenter);
     }
     EXPECT_TRUE(about->findChild<QLabel*>("StaticText1")->font().bold());
+    QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
+    about->grab().save(BRISAVANE_ARTIFACT_DIR "/about.png");  // for a reviewer's eye
     about->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     WinAbout* again = WinAbout::Instance();
