@@ -15,7 +15,6 @@
 #include <QTableWidget>
 
 #include "ControlTable.h"
-#include "FileTypes.h"
 #include "MenuBar1.h"
 #include "NumberText.h"
 #include "PictureCanvas.h"
@@ -87,7 +86,7 @@ void SetUpSubjectList(QTableWidget* list) {
 }  // namespace
 
 WinEqualize::WinEqualize(MenuBar1* menuBar, Dialogs* dialogs)
-    : dialogs_(dialogs), pump_(new WindowEventPump(this)) {
+    : dialogs_(dialogs), pump_(new WindowEventPump(this)), subjects_(state_, *this) {
     if (!dialogs_) {
         ownDialogs_ = std::make_unique<WindowDialogs>(this);
         dialogs_ = ownDialogs_.get();
@@ -188,39 +187,35 @@ bool WinEqualize::eventFilter(QObject* watched, QEvent* event) {
     return QMainWindow::eventFilter(watched, event);
 }
 
-// Not a live binding: applied only where the handlers call it, so between
-// those points the button keeps whatever state it has.
-void WinEqualize::ApplyProcessRule() {
-    SetProcessEnabled(state_.ProcessAllowed());
-}
-
-void WinEqualize::UpdateSubjectSelected() {
-    bool any = false;
-    for (int row = 0; row < LstSubject->rowCount() && !any; ++row) any = Ticked(row);
-    state_.SubjectSelected = any;
-}
-
 // ---- The subject list ----
 
 void WinEqualize::BtnSubject_Action() {
-    state_.fsubject = dialogs_->SelectFolder("Select the image folder");
-    if (!state_.fsubject) return;
-    state_.EqualizationCompleted = false;
-    TxtResult->clear();
-    for (std::string& message : state_.ErrorMessages) message.clear();
-    TxtSubjectFolder->setText(QString::fromStdString(state_.fsubject->Name()));
-    DeleteAllRows();
-    std::size_t count = 0;
-    const FileTypes& types = FileTypes::Instance();
-    for (const FolderItem& item : state_.fsubject->Children()) {
-        if (item.Directory() || types.TypeOf(item.Name()) != types.ImageTiff().Name) continue;
-        AddSubjectRow(item.Name());
-        ++count;
-    }
-    state_.ErrorMessages.resize(count + 1);
+    subjects_.ChooseFolder();
 }
 
-void WinEqualize::AddSubjectRow(const std::string& name) {
+void WinEqualize::LstSubject_CellAction(int, int) {
+    subjects_.TickChanged();
+}
+
+void WinEqualize::LstSubject_Change() {
+    const QList<QTableWidgetItem*> selected = LstSubject->selectedItems();
+    subjects_.RowSelected(selected.isEmpty() ? -1 : selected.front()->row());
+}
+
+void WinEqualize::ChkSelectAll_Action() {
+    subjects_.SelectAll(ChkSelectAll->isChecked());
+}
+
+// ---- SubjectListHost ----
+
+void WinEqualize::SetTicked(std::int64_t row, bool ticked) {
+    if (row < 0 || row >= LstSubject->rowCount()) return;
+    const QSignalBlocker quiet(LstSubject);  // not the user's change
+    if (QTableWidgetItem* tick = LstSubject->item(static_cast<int>(row), kTickColumn))
+        tick->setCheckState(ticked ? Qt::Checked : Qt::Unchecked);
+}
+
+void WinEqualize::AddRow(const std::string& name) {
     const QSignalBlocker quiet(LstSubject);
     const int row = LstSubject->rowCount();
     LstSubject->insertRow(row);
@@ -236,34 +231,17 @@ void WinEqualize::AddSubjectRow(const std::string& name) {
     LstSubject->setItem(row, kNameColumn, file);
 }
 
-void WinEqualize::LstSubject_CellAction(int, int) {
-    UpdateSubjectSelected();
-    ApplyProcessRule();
+void WinEqualize::SetFolderText(const std::string& text) {
+    TxtSubjectFolder->setText(QString::fromStdString(text));
 }
 
-void WinEqualize::LstSubject_Change() {
-    if (!state_.EqualizationCompleted) return;
-    const QList<QTableWidgetItem*> selected = LstSubject->selectedItems();
-    const int row = selected.isEmpty() ? -1 : selected.front()->row();
-    // With no row selected there is no message to show.
-    const bool known = row >= 0 && static_cast<std::size_t>(row) < state_.ErrorMessages.size();
-    TxtResult->setText(known ? QString::fromStdString(state_.ErrorMessages[row]) : QString());
+void WinEqualize::SetResultText(const std::string& text) {
+    TxtResult->setText(QString::fromStdString(text));
 }
 
-void WinEqualize::SetAllTicks(bool ticked) {
-    const QSignalBlocker quiet(LstSubject);
-    for (int row = 0; row < LstSubject->rowCount(); ++row)
-        if (QTableWidgetItem* tick = LstSubject->item(row, kTickColumn))
-            tick->setCheckState(ticked ? Qt::Checked : Qt::Unchecked);
-}
-
-void WinEqualize::ChkSelectAll_Action() {
-    const bool ticked = ChkSelectAll->isChecked();
-    SetAllTicks(ticked);
-    ChkSelectAll->setText(ticked ? "Unselect All" : "Select All");
+void WinEqualize::SetSelectAllCaption(const std::string& caption) {
+    ChkSelectAll->setText(QString::fromStdString(caption));
     ChkSelectAll->repaint();
-    UpdateSubjectSelected();
-    ApplyProcessRule();
 }
 
 // ---- The white card ----
@@ -276,10 +254,12 @@ void WinEqualize::FldScale_Open() {
     FldScale->setText(QString::fromStdString(FormatFixed(100 * state_.AmountToApply, 1)));
 }
 
+// The Process rule isn't a live binding: it is applied here and by the list's
+// and the white card's handlers, and between those the button keeps its state.
 void WinEqualize::FldScale_KeyUp() {
     state_.AmountToApply = CDbl(FldScale->text().toStdString()) / 100.0;
     state_.EqualizationCompleted = false;
-    ApplyProcessRule();
+    SetProcessEnabled(state_.ProcessAllowed());
 }
 
 void WinEqualize::ChkShowPreviews_Action() {

@@ -5,6 +5,7 @@
 
 #include "BatchHost.h"
 #include "ProgressBarProgress.h"
+#include "SubjectList.h"
 #include "WhiteCardWorkflow.h"
 #include "WindowEventPump.h"
 #include "WindowState.h"
@@ -24,7 +25,10 @@ class QTableWidget;
 // folder in the middle, the results on the right. It holds the whole working
 // state and answers the controls' events; the logic of the larger handlers
 // lives apart from the widgets and reaches them through the host interfaces.
-class WinEqualize : public QMainWindow, public WhiteCardHost, public BatchHost {
+class WinEqualize : public QMainWindow,
+                    public WhiteCardHost,
+                    public SubjectListHost,
+                    public BatchHost {
     Q_OBJECT
   public:
     // With no dialogs given the window asks through the desktop's own.
@@ -59,6 +63,13 @@ class WinEqualize : public QMainWindow, public WhiteCardHost, public BatchHost {
     CanvasSize WhiteCanvas() override;
     TiffServices WhiteServices() override;
 
+    // SubjectListHost
+    void SetTicked(std::int64_t row, bool ticked) override;
+    void AddRow(const std::string& name) override;
+    void SetFolderText(const std::string& text) override;
+    void SetResultText(const std::string& text) override;
+    void SetSelectAllCaption(const std::string& caption) override;
+
     // BatchHost
     std::int64_t ListCount() override;
     bool Ticked(std::int64_t row) override;
@@ -82,10 +93,6 @@ class WinEqualize : public QMainWindow, public WhiteCardHost, public BatchHost {
   private:
     void FindControls();
     void WireHandlers();
-    void ApplyProcessRule();
-    void UpdateSubjectSelected();
-    void SetAllTicks(bool ticked);
-    void AddSubjectRow(const std::string& name);
     QLabel* LabelFor(WhiteLabel label) const;
     // Runs a handler; an exception no handler caught is shown, never let loose
     // in the event loop.
@@ -96,6 +103,7 @@ class WinEqualize : public QMainWindow, public WhiteCardHost, public BatchHost {
     std::unique_ptr<Dialogs> ownDialogs_;
     Dialogs* dialogs_;
     WindowEventPump* pump_;
+    SubjectList subjects_;
 
     QPushButton* BtnProcess = nullptr;
     QGroupBox* GrpSubject = nullptr;
