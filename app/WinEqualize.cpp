@@ -131,7 +131,6 @@ void WinEqualize::FindControls() {
         Q_ASSERT(member);
     };
     find(BtnProcess, "BtnProcess");
-    find(GrpSubject, "GrpSubject");
     find(BtnSubject, "BtnSubject");
     find(LstSubject, "LstSubject");
     find(CanSubject, "CanSubject");

@@ -14,7 +14,6 @@ class Graphics;
 class MenuBar1;
 class PictureCanvas;
 class QCheckBox;
-class QGroupBox;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
@@ -106,7 +105,6 @@ class WinEqualize : public QMainWindow,
     SubjectList subjects_;
 
     QPushButton* BtnProcess = nullptr;
-    QGroupBox* GrpSubject = nullptr;
     QPushButton* BtnSubject = nullptr;
     QTableWidget* LstSubject = nullptr;
     PictureCanvas* CanSubject = nullptr;
