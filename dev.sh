@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up what a fresh Debian 12 machine lacks, builds, and then either starts
-# the program (./dev.sh run) or runs every test (./dev.sh test).
+# the desktop program (./dev.sh run) or runs every test (./dev.sh test).
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -24,6 +24,15 @@ install_missing() {
     fi
 }
 
+# The window needs a display; say how to get one rather than fail inside Qt.
+require_display() {
+    if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
+        echo "No display: neither DISPLAY nor WAYLAND_DISPLAY is set." >&2
+        echo "Start the program on a virtual one with:  xvfb-run ./build/app/brisavane" >&2
+        exit 1
+    fi
+}
+
 build() {
     cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release
     cmake --build build
@@ -42,7 +51,8 @@ case "${1:-}" in
     run)
         install_missing
         build
-        exec build/cli/brisavane-cli analyze samples/white_card.tif
+        require_display
+        exec build/app/brisavane
         ;;
     test)
         install_missing

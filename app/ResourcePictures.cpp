@@ -1,0 +1,55 @@
+#include "ResourcePictures.h"
+
+#include <exception>
+
+#include "TiffFile.h"
+
+namespace {
+std::filesystem::path& FolderSlot() {
+    static std::filesystem::path folder;
+    return folder;
+}
+}  // namespace
+
+void ResourcePictures::SetFolder(const std::filesystem::path& folder) {
+    FolderSlot() = folder;
+}
+
+const std::filesystem::path& ResourcePictures::Folder() {
+    return FolderSlot();
+}
+
+std::shared_ptr<Picture> ResourcePictures::OpenFromApp(const std::string& fileName) {
+    TiffFile file;
+    file.fi = std::make_shared<FolderItem>(Folder() / fileName);
+    if (!file.fi->Exists() || file.fi->Directory()) return nullptr;
+    try {
+        if (file.OpenTIFF() || !file.PixelDataWithinFile()) return nullptr;
+        auto picture = file.MakeScaledPictureDisk(file.ImageWidth, file.ImageHeight);
+        file.imagefile->Close();
+        return picture;
+    } catch (const std::exception&) {
+        return nullptr;  // a damaged resource shows as a missing picture
+    }
+}
+
+std::shared_ptr<Picture> ResourcePictures::Cached(std::shared_ptr<Picture>& slot,
+                                                  const char* fileName) {
+    if (!slot) slot = OpenFromApp(fileName);
+    return slot;
+}
+
+std::shared_ptr<Picture> ResourcePictures::Check() {
+    static std::shared_ptr<Picture> picture;
+    return Cached(picture, "Check.tif");
+}
+
+std::shared_ptr<Picture> ResourcePictures::Cross() {
+    static std::shared_ptr<Picture> picture;
+    return Cached(picture, "Cross.tif");
+}
+
+std::shared_ptr<Picture> ResourcePictures::tone_scale() {
+    static std::shared_ptr<Picture> picture;
+    return Cached(picture, "tone_scale.tif");
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+#include "Dialogs.h"
+
+// The program's questions as the desktop's own dialogs, over the given window.
+class WindowDialogs final : public Dialogs {
+  public:
+    explicit WindowDialogs(QWidget* parent) : parent_(parent) {}
+
+    std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string& fileType) override;
+    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string& fileType,
+                                                  const std::string& suggestedName) override;
+    std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) override;
+    void MsgBox(const std::string& text) override;
+
+  private:
+    QPointer<QWidget> parent_;
+};

@@ -1,0 +1,158 @@
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+
+#include "WindowFixture.h"
+
+namespace {
+class SubjectListTest : public WindowFixture {
+  protected:
+    QTableWidget* list = nullptr;
+
+    void SetUp() override { list = Get<QTableWidget>("LstSubject"); }
+
+    // A folder with TIFFs among other files and a subfolder.
+    std::filesystem::path MixedFolder() {
+        const auto subjects = folder / "shoot";
+        std::filesystem::create_directories(subjects / "inner.tif");
+        for (const char* name : {"b.TIFF", "a.tif", "notes.txt", "c.jfx", "d.jpg", "e.tif"})
+            std::ofstream(subjects / name) << "x";
+        return subjects;
+    }
+    void Choose(const std::filesystem::path& path) {
+        dialogs.folderAnswers.push_back(path);
+        QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
+    }
+    std::vector<std::string> Names() {
+        std::vector<std::string> names;
+        for (int row = 0; row < list->rowCount(); ++row) names.push_back(win->FileName(row));
+        return names;
+    }
+    void Tick(int row, bool ticked) {  // as the user's click on the tick box does
+        list->item(row, 1)->setCheckState(ticked ? Qt::Checked : Qt::Unchecked);
+    }
+};
+
+TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
+    State().ErrorMessages = {"old", "older"};
+    State().EqualizationCompleted = true;
+    Get<QLabel>("TxtResult")->setText("old result");
+    Choose(MixedFolder());
+    EXPECT_EQ(dialogs.folderPrompts, std::vector<std::string>{"Select the image folder"});
+    EXPECT_EQ(Names(), (std::vector<std::string>{"a.tif", "b.TIFF", "c.jfx", "e.tif"}));
+    EXPECT_EQ(State().ErrorMessages, std::vector<std::string>(5, ""));
+    EXPECT_FALSE(State().EqualizationCompleted);
+    EXPECT_EQ(Get<QLabel>("TxtResult")->text(), "");
+    EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
+    for (int row = 0; row < list->rowCount(); ++row) EXPECT_FALSE(win->Ticked(row));
+}
+
+TEST_F(SubjectListTest, CancelledDialogForgetsTheFolderButKeepsTheList) {
+    Choose(MixedFolder());
+    Choose("");
+    EXPECT_EQ(State().fsubject, nullptr);
+    EXPECT_EQ(list->rowCount(), 4);
+    EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
+}
+
+TEST_F(SubjectListTest, FolderWithoutTiffsGivesOneEmptyMessage) {
+    std::filesystem::create_directories(folder / "empty");
+    Choose(folder / "empty");
+    EXPECT_EQ(list->rowCount(), 0);
+    EXPECT_EQ(State().ErrorMessages, std::vector<std::string>{""});
+}
+
+TEST_F(SubjectListTest, TicksDecideSubjectSelectedAndTheProcessButton) {
+    Choose(MixedFolder());
+    State().WhiteOpened = true;
+    auto* process = Get<QPushButton>("BtnProcess");
+    struct Step {
+        int row;
+        bool ticked;
+        bool selected;
+    };
+    const Step steps[] = {{3, true, true}, {0, true, true}, {0, false, true}, {3, false, false}};
+    for (const Step& s : steps) {
+        Tick(s.row, s.ticked);
+        EXPECT_EQ(State().SubjectSelected, s.selected) << s.row << s.ticked;
+        EXPECT_EQ(process->isEnabled(), s.selected);
+    }
+}
+
+TEST_F(SubjectListTest, AClickOnTheTickBoxTicksTheRow) {
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Choose(MixedFolder());
+    State().WhiteOpened = true;
+    const QRect cell = list->visualItemRect(list->item(1, 1));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_TRUE(win->Ticked(1));
+    EXPECT_TRUE(State().SubjectSelected);
+    EXPECT_TRUE(Get("BtnProcess")->isEnabled());
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_FALSE(win->Ticked(1));
+    EXPECT_FALSE(Get("BtnProcess")->isEnabled());
+}
+
+TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
+    Choose(MixedFolder());
+    State().WhiteOpened = true;
+    auto* box = Get<QCheckBox>("ChkSelectAll");
+    struct Step {
+        bool ticked;
+        const char* caption;
+    };
+    for (const Step& s : {Step{true, "Unselect All"}, Step{false, "Select All"}}) {
+        QTest::mouseClick(box, Qt::LeftButton);
+        EXPECT_EQ(box->text(), s.caption);
+        for (int row = 0; row < list->rowCount(); ++row)
+            EXPECT_EQ(win->Ticked(row), s.ticked) << row;
+        EXPECT_EQ(State().SubjectSelected, s.ticked);
+        EXPECT_EQ(Get<QPushButton>("BtnProcess")->isEnabled(), s.ticked);
+    }
+    // A single tick by hand leaves the box as it is.
+    Tick(1, true);
+    EXPECT_FALSE(box->isChecked());
+    EXPECT_EQ(box->text(), "Select All");
+}
+
+TEST_F(SubjectListTest, SelectAllOnAnEmptyListStillFlipsItsCaption) {
+    QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
+    EXPECT_EQ(Get<QCheckBox>("ChkSelectAll")->text(), "Unselect All");
+    EXPECT_FALSE(State().SubjectSelected);
+}
+
+TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
+    Choose(MixedFolder());
+    auto* result = Get<QLabel>("TxtResult");
+    State().ErrorMessages = {"first", "second", "", "fourth", ""};
+    list->selectRow(1);
+    EXPECT_EQ(result->text(), "");  // no batch has ended
+    State().EqualizationCompleted = true;
+    list->selectRow(3);
+    EXPECT_EQ(result->text(), "fourth");
+    list->selectRow(0);
+    EXPECT_EQ(result->text(), "first");
+    list->clearSelection();
+    EXPECT_EQ(result->text(), "");
+}
+
+TEST_F(SubjectListTest, BatchSeesTicksNamesAndMarksRows) {
+    Choose(MixedFolder());
+    Tick(2, true);
+    EXPECT_EQ(win->ListCount(), 4);
+    EXPECT_TRUE(win->Ticked(2));
+    EXPECT_FALSE(win->Ticked(-1));
+    EXPECT_FALSE(win->Ticked(4));
+    EXPECT_EQ(win->FileName(2), "c.jfx");
+    EXPECT_EQ(win->FileName(9), "");
+    const bool selectedBefore = State().SubjectSelected;
+    win->SetRowPicture(2, RowMark::Check);
+    win->SetRowPicture(3, RowMark::Cross);
+    win->SetRowPicture(7, RowMark::Cross);  // no such row: nothing happens
+    EXPECT_TRUE(list->item(2, 0)->data(Qt::UserRole + 1).canConvert<QImage>());
+    EXPECT_EQ(State().SubjectSelected, selectedBefore);  // a mark is no tick
+}
+}  // namespace

@@ -1,0 +1,108 @@
+#include <QCheckBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTest>
+
+#include "PictureCanvas.h"
+#include "WindowFixture.h"
+
+namespace {
+class WindowWhiteCardTest : public WindowFixture {
+  protected:
+    // 16-bit, 4 x 3: green 61680 at (2, 1), 47545 (185 on the 8-bit scale) elsewhere.
+    std::filesystem::path Card() {
+        TiffFixture f;
+        f.bits = 16;
+        f.pixel = [](std::uint32_t x, std::uint32_t y) {
+            return TiffFixture::Rgb{0, static_cast<std::uint16_t>(x == 2 && y == 1 ? 61680 : 47545),
+                                    0};
+        };
+        f.Write(folder / "card.tif");
+        return folder / "card.tif";
+    }
+    void OpenCard(const std::filesystem::path& path) {
+        dialogs.openAnswers.push_back(path);
+        QTest::mouseClick(Get("BtnWhite"), Qt::LeftButton);
+    }
+    QColor WhitePixel(int x, int y) { return Get("CanWhite")->grab().toImage().pixelColor(x, y); }
+};
+
+TEST_F(WindowWhiteCardTest, OpenShowsFiguresPreviewAndToneMap) {
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    OpenCard(Card());
+    EXPECT_TRUE(dialogs.messages.empty());
+    EXPECT_EQ(Get<QLabel>("TxtMaxVal")->text(), "61680 (240)");
+    EXPECT_EQ(Get<QLabel>("TxtInfoWhite")->text(), "4 x 3 pixels  16 bits/channel");
+    EXPECT_EQ(Get<QLabel>("TxtMaxLoc")->text(), "  x: 2  y: 1");
+    EXPECT_EQ(Get<QLabel>("TxtWhite")->text(), "card.tif");
+    EXPECT_FALSE(Get("PrgAnalyze")->isVisible());
+    // The preview at its own size, 47545 / 257 = 185 in green.
+    EXPECT_EQ(WhitePixel(0, 0), QColor(0, 185, 0));
+    EXPECT_EQ(WhitePixel(2, 1), QColor(0, 240, 0));
+    EXPECT_EQ(WhitePixel(4, 0), QColor(Qt::white));
+    QTest::mouseClick(Get("ChkShowToneMap"), Qt::LeftButton);
+    EXPECT_EQ(WhitePixel(2, 1), QColor(255, 192, 0));
+    EXPECT_EQ(WhitePixel(0, 0), QColor(0, 185, 0));
+    QTest::mouseClick(Get("ChkShowToneMap"), Qt::LeftButton);
+    EXPECT_EQ(WhitePixel(2, 1), QColor(0, 240, 0));
+}
+
+TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    OpenCard(Card());
+    dialogs.folderAnswers.push_back(folder.Path());
+    QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
+    QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
+    ASSERT_TRUE(Get("BtnProcess")->isEnabled());
+    Get<QLineEdit>("FldScale")->setText("42");
+    const auto card = State().Tiffb;
+
+    OpenCard("");
+    EXPECT_EQ(State().Tiffb, card);
+    EXPECT_TRUE(Get("BtnProcess")->isEnabled());
+    EXPECT_EQ(Get<QTableWidget>("LstSubject")->rowCount(), 0);
+    EXPECT_EQ(Get<QLineEdit>("FldScale")->text(), "100.0");
+    EXPECT_EQ(Get<QLabel>("TxtMaxVal")->text(), "");
+    EXPECT_EQ(Get<QLabel>("TxtMaxLoc")->text(), "  x: 2  y: 1");
+    EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(),
+              QString::fromStdString(folder.Path().filename().string()));
+    EXPECT_EQ(Get<QCheckBox>("ChkSelectAll")->text(), "Unselect All");
+    EXPECT_EQ(WhitePixel(2, 1), QColor(Qt::white));  // the wiped preview wipes the canvas
+    EXPECT_TRUE(dialogs.messages.empty());
+}
+
+TEST_F(WindowWhiteCardTest, MultiStripCardGivesTheStripMessage) {
+    TiffFixture f;
+    f.rowsPerStrip = 1;
+    f.Write(folder / "strips.tif");
+    OpenCard(folder / "strips.tif");
+    EXPECT_EQ(dialogs.messages, std::vector<std::string>{
+                                    "Error: The white card image must be in one contiguous strip"});
+    EXPECT_EQ(State().Tiffb, nullptr);
+    EXPECT_FALSE(State().WhiteOpened);
+}
+
+// Not compared with anything: a picture of the working window for a reviewer.
+TEST_F(WindowWhiteCardTest, GrabOfTheWindowAfterOpeningTheSamples) {
+    const std::filesystem::path samples = BRISAVANE_SOURCE_DIR "/samples";
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    OpenCard(samples / "white_card.tif");
+    dialogs.folderAnswers.push_back(samples / "subjects");
+    QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
+    QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
+    QTest::mouseClick(Get("ChkShowToneMap"), Qt::LeftButton);
+    win->SetRowPicture(0, RowMark::Check);
+    win->SetRowPicture(1, RowMark::Cross);
+    win->SetSubjectStatus("chart_16bit.tif");
+    ASSERT_TRUE(dialogs.messages.empty());
+    QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
+    const QString path = BRISAVANE_ARTIFACT_DIR "/window.png";
+    ASSERT_TRUE(win->grab().save(path)) << path.toStdString();
+}
+}  // namespace

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Picture.h"
+
+// The false-colour map of a white card preview: every pixel whose green byte is
+// 200 or more takes the colour of its five-level band, from blue at 200 to red
+// at 250 and above; darker pixels are copied. Only green is looked at, the
+// sample the scan and the correction work on. Every pixel of ptone inside its
+// own size is written; pixels of pwhite beyond ptone's size are not read.
+void CreateToneMap(const Picture& pwhite, Picture& ptone);
