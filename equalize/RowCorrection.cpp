@@ -29,10 +29,13 @@ inline void StoreAs(std::uint8_t* at, std::uint16_t corrected) {
 // stay calls, no branches on the layout or byte order and no allocation, so
 // the compiler can keep it in vector registers. Gain and CorrectedSample are
 // the formula's own inline functions, so the results are the per-pixel ones.
+// It is built for the plain processor and for wider vector units, picked once
+// at start-up by what the machine has; every IEEE operation rounds the same in
+// each, and contraction into fused multiply-adds is off for the whole build.
 template <class Sample, bool SubjectSwap, bool WhiteSwap>
-void CorrectPixels(double targetLevel, double ceiling, const std::uint8_t* __restrict subject,
-                   const std::uint8_t* __restrict white, std::uint8_t* __restrict out,
-                   std::size_t pixels) {
+__attribute__((target_clones("arch=x86-64-v4", "avx2", "default"))) void CorrectPixels(
+    double targetLevel, double ceiling, const std::uint8_t* __restrict subject,
+    const std::uint8_t* __restrict white, std::uint8_t* __restrict out, std::size_t pixels) {
     constexpr std::size_t w = sizeof(Sample);
     for (std::size_t p = 0; p < pixels; ++p) {
         const std::size_t i = p * 3 * w;
