@@ -45,6 +45,11 @@ double Target(int bits) {
     return bits == 8 ? 240.0 : 61000.0;
 }
 
+void Prepare(RowPassRig& rig, int bits, bool subjectLittle, bool whiteLittle) {
+    rig.subject = Subject(bits, subjectLittle);
+    rig.white = WhiteCard(bits, whiteLittle);
+}
+
 struct OrderCase {
     int bits;
     bool subjectLittle, whiteLittle;
@@ -57,8 +62,7 @@ class RowPassBytes : public ::testing::TestWithParam<OrderCase> {};
 TEST_P(RowPassBytes, OutputIsTheSubjectWithCorrectedRows) {
     const OrderCase& c = GetParam();
     RowPassRig rig;
-    rig.subject = Subject(c.bits, c.subjectLittle);
-    rig.white = WhiteCard(c.bits, c.whiteLittle);
+    Prepare(rig, c.bits, c.subjectLittle, c.whiteLittle);
     FakeBatchHost host;
     ASSERT_EQ(rig.Run(Target(c.bits), host), RowPassEnd::Written);
     EXPECT_EQ(rig.Output(), ExpectedOutput(rig.subject, rig.white, Target(c.bits)));
@@ -76,8 +80,7 @@ INSTANTIATE_TEST_SUITE_P(DepthsAndOrders, RowPassBytes,
 TEST(RowPass, GainOneGivesTheSubjectBack) {
     for (const int bits : {8, 16}) {
         RowPassRig rig;
-        rig.subject = Subject(bits, false);
-        rig.white = WhiteCard(bits, true);
+        Prepare(rig, bits, false, true);
         FakeBatchHost host;
         ASSERT_EQ(rig.Run(0.0, host), RowPassEnd::Written);
         EXPECT_EQ(rig.Output(), BuildTiff(rig.subject).bytes);
@@ -88,8 +91,7 @@ TEST(RowPass, GainOneGivesTheSubjectBack) {
 // events are pumped once a row and the cancel test asked once a row.
 TEST(RowPass, ReportsEveryRow) {
     RowPassRig rig;
-    rig.subject = Subject(8, true);
-    rig.white = WhiteCard(8, true);
+    Prepare(rig, 8, true, true);
     FakeBatchHost host;
     rig.Run(Target(8), host);
     EXPECT_EQ(host.progress.maximum, 5);
@@ -105,8 +107,7 @@ TEST(RowPass, ReportsEveryRow) {
 TEST(RowPass, CancelKeepsTheRowsBefore) {
     for (const int bits : {8, 16}) {
         RowPassRig rig;
-        rig.subject = Subject(bits, true);
-        rig.white = WhiteCard(bits, false);
+        Prepare(rig, bits, true, false);
         FakeBatchHost host;
         host.cancelAfterPumps = 2;
         ASSERT_EQ(rig.Run(Target(bits), host), RowPassEnd::Cancelled);
@@ -126,8 +127,7 @@ TEST(RowPass, CancelKeepsTheRowsBefore) {
 TEST(RowPass, PreviewShowsTheOutputRows) {
     for (const int bits : {8, 16}) {
         RowPassRig rig;
-        rig.subject = Subject(bits, false);
-        rig.white = WhiteCard(bits, true);
+        Prepare(rig, bits, false, true);
         FakeBatchHost host;
         rig.Run(Target(bits), host);
         ASSERT_EQ(rig.presult->Width(), 7);
@@ -162,8 +162,7 @@ TEST(RowPass, PreviewOffLeavesTheNewPictureEmpty) {
 TEST(RowPass, FailedWritesAreReported) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
     RowPassRig rig;
-    rig.subject = Subject(8, true);
-    rig.white = WhiteCard(8, true);
+    Prepare(rig, 8, true, true);
     WriteFile(rig.SubjectPath(), BuildTiff(rig.subject).bytes);
     WriteFile(rig.dir / "white.tif", BuildTiff(rig.white).bytes);
     const auto subject = OpenedTiff(rig.SubjectPath());
