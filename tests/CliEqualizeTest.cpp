@@ -162,15 +162,20 @@ TEST(CliEqualize, SameBytesAsTheWindow) {
         EXPECT_EQ(ReadFile(rig.dir / ("cli/" + std::string(name))), ReadFile(rig.OutputPath(name)));
 }
 
+// "s3.tif", "s3_eq.tif"
+std::string Numbered(int k, const char* ending) {
+    std::string name(1, 's');
+    return name.append(std::to_string(k)).append(ending);
+}
+
 // Several jobs: the same files and the same lines in the same order.
 TEST(CliEqualize, JobsKeepOrderAndBytes) {
     CliRig rig;
     std::string expected;
     for (int k = 0; k < 7; ++k) {
-        const std::string name = "s" + std::to_string(k) + ".tif";
+        const std::string name = Numbered(k, ".tif");
         rig.AddSubject(name, BuildTiff(Scene(k % 2 == 0)).bytes);
-        expected +=
-            name + ": written " + rig.OutputPath("s" + std::to_string(k) + "_eq.tif") + "\n";
+        expected += name + ": written " + rig.OutputPath(Numbered(k, "_eq.tif")) + "\n";
     }
     rig.AddSubject("s0.tiff", BuildTiff(Scene()).bytes);  // same output name as s0.tif
     expected.insert(expected.find("s1.tif"), "s0.tiff: skipped: s0.tif has the same output name\n");
@@ -178,7 +183,7 @@ TEST(CliEqualize, JobsKeepOrderAndBytes) {
     EXPECT_EQ(o.out, expected);
     EXPECT_EQ(o.code, 1);
     for (int k = 0; k < 7; ++k)
-        EXPECT_EQ(ReadFile(rig.OutputPath("s" + std::to_string(k) + "_eq.tif")),
+        EXPECT_EQ(ReadFile(rig.OutputPath(Numbered(k, "_eq.tif"))),
                   ExpectedOutput(Scene(k % 2 == 0), Card(), 60000.0));
 }
 

@@ -89,11 +89,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, PngRoundTrip,
 // 230 room, 16-bit samples brought down by 257.
 TEST(AnalyzePreview, WritesTheWhiteCardPreview) {
     TempFolder dir;
-    TiffSpec white;
-    white.width = 3;
-    white.height = 2;
-    white.bits = 16;
-    white.littleEndian = false;
+    TiffSpec white = SpecOf(3, 2, 16, false);
     white.pixel = [](std::uint32_t x, std::uint32_t y) {
         return Rgb{static_cast<std::uint16_t>(257 * (10 * x + y)), 65535, 256};
     };

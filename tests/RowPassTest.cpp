@@ -8,11 +8,7 @@ using namespace testing_tiff;
 namespace {
 // A white card darker towards its corners, in the file's sample range.
 TiffSpec WhiteCard(int bits, bool little, std::uint32_t width = 7, std::uint32_t height = 5) {
-    TiffSpec s;
-    s.width = width;
-    s.height = height;
-    s.bits = bits;
-    s.littleEndian = little;
+    TiffSpec s = SpecOf(width, height, bits, little);
     const double top = bits == 8 ? 255.0 : 65535.0;
     s.pixel = [top, width, height](std::uint32_t x, std::uint32_t y) {
         const double dx = x - width / 2.0, dy = y - height / 2.0;

@@ -44,11 +44,7 @@ INSTANTIATE_TEST_SUITE_P(Rooms, PreviewGeometryTest,
 
 // Each pixel tells where it came from: red the column, green the row.
 TiffSpec Located(std::uint32_t width, std::uint32_t height, int bits, bool little) {
-    TiffSpec s;
-    s.width = width;
-    s.height = height;
-    s.bits = bits;
-    s.littleEndian = little;
+    TiffSpec s = SpecOf(width, height, bits, little);
     const std::uint16_t unit = bits == 8 ? 1 : 257;  // 16-bit samples come back / 257
     s.pixel = [unit](std::uint32_t x, std::uint32_t y) {
         return Rgb{static_cast<std::uint16_t>(x % 256 * unit), static_cast<std::uint16_t>(y * unit),
@@ -97,11 +93,7 @@ class ScaledPictureSixteenBit : public ::testing::TestWithParam<bool> {};
 // Truncation, not rounding: 65535 gives 255, 65534 254, 257 1 and 256 0.
 TEST_P(ScaledPictureSixteenBit, DividesBy257AndTruncates) {
     TempFolder dir;
-    TiffSpec s;
-    s.width = 4;
-    s.height = 1;
-    s.bits = 16;
-    s.littleEndian = GetParam();
+    TiffSpec s = SpecOf(4, 1, 16, GetParam());
     s.pixel = [](std::uint32_t x, std::uint32_t) {
         const std::uint16_t v[] = {65535, 65534, 257, 256};
         return Rgb{v[x], v[3 - x], v[x]};

@@ -30,6 +30,15 @@ struct TiffSpec {
     std::size_t dropTailBytes = 0;  // cuts the file short by this many bytes
 };
 
+inline TiffSpec SpecOf(std::uint32_t width, std::uint32_t height, int bits, bool little) {
+    TiffSpec s;
+    s.width = width;
+    s.height = height;
+    s.bits = bits;
+    s.littleEndian = little;
+    return s;
+}
+
 struct BuiltTiff {
     std::string bytes;
     std::size_t imageOffset = 0;
