@@ -18,7 +18,8 @@ struct Rgb {
 struct TiffSpec {
     std::uint32_t width = 4;
     std::uint32_t height = 3;
-    int bits = 8;  // 8 or 16
+    int bits = 8;               // 8 or 16
+    std::uint32_t samples = 3;  // samples past the third are written as 0
     bool littleEndian = true;
     std::int64_t rowsPerStrip = -1;  // -1: the height
     std::function<Rgb(std::uint32_t x, std::uint32_t y)> pixel = [](std::uint32_t x,
@@ -55,10 +56,10 @@ inline void PutValue(std::string& out, std::uint32_t value, int width, bool litt
 inline BuiltTiff BuildTiff(const TiffSpec& s) {
     BuiltTiff built;
     const std::uint32_t sampleBytes = s.bits / 8;
-    built.bytesPerRow = std::size_t{s.width} * 3 * sampleBytes;
+    built.bytesPerRow = std::size_t{s.width} * s.samples * sampleBytes;
     const std::uint32_t entries = 11;
     const std::uint32_t ifd = 8, bitsAt = ifd + 2 + entries * 12 + 4;
-    const std::uint32_t profileAt = bitsAt + 6;
+    const std::uint32_t profileAt = bitsAt + 2 * s.samples;
     const auto profileLength = static_cast<std::uint32_t>(s.iccProfile.size());
     built.imageOffset = profileAt + profileLength;
     const std::uint32_t rows =
@@ -83,11 +84,11 @@ inline BuiltTiff BuildTiff(const TiffSpec& s) {
     };
     entry(256, 4, 1, s.width);
     entry(257, 4, 1, s.height);
-    entry(258, 3, 3, bitsAt);
+    entry(258, 3, s.samples, bitsAt);
     entry(259, 3, 1, 1);
     entry(262, 3, 1, 2);
     entry(273, 4, 1, static_cast<std::uint32_t>(built.imageOffset));
-    entry(277, 3, 1, 3);
+    entry(277, 3, 1, s.samples);
     entry(278, 4, 1, rows);
     entry(279, 4, 1, static_cast<std::uint32_t>(built.bytesPerRow * s.height));
     entry(284, 3, 1, 1);
@@ -96,7 +97,7 @@ inline BuiltTiff BuildTiff(const TiffSpec& s) {
     else
         entry(305, 2, 4, 0x00626174);  // Software "tab", a tag the reader ignores
     PutValue(out, 0, 4, s.littleEndian);
-    for (int k = 0; k < 3; ++k)
+    for (std::uint32_t k = 0; k < s.samples; ++k)
         PutValue(out, static_cast<std::uint32_t>(s.bits), 2, s.littleEndian);
     out += s.iccProfile;
     for (std::uint32_t y = 0; y < s.height; ++y)
@@ -104,6 +105,8 @@ inline BuiltTiff BuildTiff(const TiffSpec& s) {
             const Rgb p = s.pixel(x, y);
             for (const std::uint16_t v : {p.r, p.g, p.b})
                 PutValue(out, v, sampleBytes, s.littleEndian);
+            for (std::uint32_t k = 3; k < s.samples; ++k)
+                PutValue(out, 0, sampleBytes, s.littleEndian);
         }
     out += s.trailer;
     out.resize(out.size() - std::min(s.dropTailBytes, out.size()));
