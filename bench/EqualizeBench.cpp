@@ -120,41 +120,56 @@ double Falloff(std::uint32_t x, std::uint32_t y) {
     return 0.95 - 0.8 * (dx * dx + dy * dy);
 }
 
+// The white card is scanned once per run, so the cost of equalizing one more
+// subject is told apart from the scan by running one subject and then several.
+constexpr int kExtraSubjects = 3;
+
 void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     const fs::path white = dir / ("white" + std::to_string(bits) + ".tif");
-    const fs::path subject = dir / ("subject" + std::to_string(bits) + ".tif");
+    const fs::path many = dir / ("subjects" + std::to_string(bits));
+    const fs::path subject = many / "subject0.tif";
     const fs::path out = dir / "out";
+    fs::create_directories(many);
     WriteTiff(white, bits, [](std::uint32_t x, std::uint32_t y, int) { return Falloff(x, y); });
     WriteTiff(subject, bits, [](std::uint32_t x, std::uint32_t y, int c) {
         return Falloff(x, y) * (0.3 + 0.2 * c + 0.1 * std::sin(x * 0.01 + y * 0.02));
     });
-    fs::create_directories(out);
+    for (int k = 1; k <= kExtraSubjects; ++k)
+        fs::copy_file(subject, many / ("subject" + std::to_string(k) + ".tif"));
     const auto clear = [&] {
         fs::remove_all(out);
         fs::create_directories(out);
     };
     const double megabytes = static_cast<double>(fs::file_size(subject)) / 1e6;
+    const std::vector<std::string> equalize = {cli,        "equalize",  "--white", white.string(),
+                                               "--output", out.string()};
+    const auto with = [&](const fs::path& subjects) {
+        std::vector<std::string> argv = equalize;
+        argv.push_back(subjects.string());
+        return argv;
+    };
 
     const Run cp = Measure({"/bin/cp", subject.string(), (out / "copy.tif").string()}, runs, clear);
-    const Run equalize = Measure(
-        {cli, "equalize", "--white", white.string(), "--output", out.string(), subject.string()},
-        runs, clear);
+    const Run one = Measure(with(subject), runs, clear);
+    const Run all = Measure(with(many), runs, clear);
     const Run scan = Measure({cli, "analyze", white.string()}, runs, [] {});
     const Run read = Measure({"/bin/cat", white.string()}, runs, [] {});
-    const double rewrite = equalize.seconds - scan.seconds;
+    const double each = (all.seconds - one.seconds) / kExtraSubjects;
 
     std::printf("%d-bit, %u x %u, %.1f MB a file, median of %d runs\n", bits, kWidth, kHeight,
                 megabytes, runs);
-    std::printf("  cp of the subject                 %8.3f s\n", cp.seconds);
-    std::printf("  brisavane-cli equalize (whole)    %8.3f s  %.2f x cp\n", equalize.seconds,
-                equalize.seconds / cp.seconds);
-    std::printf("  white card scan (analyze)         %8.3f s  %.2f x plain read (%.3f s)\n",
-                scan.seconds, scan.seconds / read.seconds, read.seconds);
+    std::printf("  cp of the subject                       %7.3f s\n", cp.seconds);
+    std::printf("  equalize, one subject (with card scan)  %7.3f s  %5.2f x cp\n", one.seconds,
+                one.seconds / cp.seconds);
     std::printf(
-        "  equalize less the scan            %8.3f s  %.2f x cp  (target <= 3.5)  %.0f MB/s\n",
-        rewrite, rewrite / cp.seconds, megabytes / rewrite);
-    std::printf("  peak memory of equalize           %8.1f MiB  (target < 16)\n",
-                equalize.peakKiB / 1024.0);
+        "  equalize, each further subject          %7.3f s  %5.2f x cp  (target <= 3.5)"
+        "  %.0f MB/s\n",
+        each, each / cp.seconds, megabytes / each);
+    std::printf(
+        "  white card scan (analyze)               %7.3f s  %5.2f x a plain read (%.3f s)\n",
+        scan.seconds, scan.seconds / read.seconds, read.seconds);
+    std::printf("  peak memory of equalize                 %7.1f MiB  (target < 16)\n",
+                std::max(one.peakKiB, all.peakKiB) / 1024.0);
 }
 }  // namespace
 
