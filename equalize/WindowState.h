@@ -22,11 +22,11 @@ struct WindowState {
     // One message a subject row; its upper bound is size() - 1, and it holds one
     // entry more than the list has rows once a folder is chosen.
     std::vector<std::string> ErrorMessages;
-    bool EqualizationCompleted = false;  // a batch has ended and its messages stand
+    bool EqualizationCompleted = false;    // a batch has ended and its messages stand
     std::shared_ptr<Picture> psubject;
     std::shared_ptr<Picture> presult;
     std::shared_ptr<Picture> pwhite;
-    double AmountToApply = 1.0;  // 1.0 is 100 %
+    double AmountToApply = 1.0;            // 1.0 is 100 %
     std::shared_ptr<Picture> ptone;
 
     // Process is possible exactly when both flags hold; the window applies this

@@ -72,17 +72,6 @@ INSTANTIATE_TEST_SUITE_P(DepthsAndOrders, RowPassBytes,
                                            OrderCase{16, true, false},  // big-endian card
                                            OrderCase{16, false, true}));
 
-// A target no higher than any white sample gives gain 1 everywhere.
-TEST(RowPass, GainOneGivesTheSubjectBack) {
-    for (const int bits : {8, 16}) {
-        RowPassRig rig;
-        Prepare(rig, bits, false, true);
-        FakeBatchHost host;
-        ASSERT_EQ(rig.Run(0.0, host), RowPassEnd::Written);
-        EXPECT_EQ(rig.Output(), BuildTiff(rig.subject).bytes);
-    }
-}
-
 // The bar counts rows from 0, so its last value is the height less one; the
 // events are pumped once a row and the cancel test asked once a row.
 TEST(RowPass, ReportsEveryRow) {
@@ -154,25 +143,6 @@ TEST(RowPass, PreviewOffLeavesTheNewPictureEmpty) {
     for (std::int64_t x = 0; x < 230; ++x) EXPECT_EQ(rig.presult->Pixel(x, 0), RGB(0, 0, 0, 0));
 }
 
-// Writes that never reach a file: the pass still ends the file, and says so.
-TEST(RowPass, FailedWritesAreReported) {
-    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-    RowPassRig rig;
-    Prepare(rig, 8, true, true);
-    WriteFile(rig.SubjectPath(), BuildTiff(rig.subject).bytes);
-    WriteFile(rig.dir / "white.tif", BuildTiff(rig.white).bytes);
-    const auto subject = OpenedTiff(rig.SubjectPath());
-    const auto white = OpenedTiff(rig.dir / "white.tif");
-    const auto full = BinaryStream::Open(FolderItem("/dev/full"), true);
-    ASSERT_TRUE(full);
-    FakeBatchHost host;
-    const RowPassFiles files{*subject, *white->imagefile, white->ImageOffset, *full, "full"};
-    EXPECT_EQ(RunRowPass(files, Target(8), host, rig.presult), RowPassEnd::WriteFailed);
-    EXPECT_FALSE(full->IsOpen());
-}
-}  // namespace
-
-namespace {
 // Four 8-bit samples a pixel make 4-byte pixels, which the program reads in
 // the 16-bit layout of 6 bytes. What such a file yields isn't settled, but no
 // buffer may be left: rows of 7 pixels are 28 bytes, four whole 6-byte

@@ -140,19 +140,4 @@ TEST(ScaledPicture, StepRoundedDownKeepsInsideThePicture) {
                                                 static_cast<std::uint32_t>(y), 7, 0));
 }
 
-// A pixel size the layouts weren't made for: 16-bit reading of a 4-byte
-// pixel. What it shows isn't settled; it must not read past the row.
-TEST(ScaledPicture, OddPixelSizeStaysInsideTheRow) {
-    TempFolder dir;
-    const std::string path = dir / "odd.tif";
-    TiffSpec s = Located(5, 2, 8, true);
-    std::string bytes = BuildTiff(s).bytes;
-    WriteFile(path, bytes);
-    const auto tiff = OpenedTiff(path);
-    ASSERT_TRUE(tiff);
-    tiff->BytesPerPixel = 4;
-    tiff->BytesPerRow = 20;
-    const auto picture = tiff->MakeScaledPictureDisk(230, 230);
-    EXPECT_EQ(picture->Width(), 5);
-}
 }  // namespace
