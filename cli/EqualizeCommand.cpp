@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
 
 #include "Correction.h"
@@ -82,6 +83,33 @@ bool SubjectRun::Run(int jobs) {
     }
     return allWritten_;
 }
+std::filesystem::path Resolved(const std::filesystem::path& path) {
+    std::error_code ec;
+    const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(path), ec);
+    return ec ? path : resolved;
+}
+
+// Outputs that would clash are settled before any job starts, so parallel jobs
+// never race for one file: of two subjects with one output name (a.tif and
+// a.tiff) the first one given keeps it, and an output that would replace one
+// of the subjects themselves is never written.
+void SettleClashes(const std::vector<std::string>& subjects, const FolderItem& folder,
+                   SubjectRun& run) {
+    std::set<std::filesystem::path> inputs;
+    for (const std::string& subject : subjects) inputs.insert(Resolved(subject));
+    std::map<std::string, std::string> owners;
+    for (std::size_t k = 0; k < subjects.size(); ++k) {
+        const std::string name = std::filesystem::path(subjects[k]).filename().string();
+        const std::string output = CreateOutputFileName(name);
+        const auto [owner, fresh] = owners.emplace(output, name);
+        if (!fresh)
+            run.Settle(k, {SubjectOutcome::Skipped,
+                           name + ": skipped: " + owner->second + " has the same output name"});
+        else if (inputs.count(Resolved(folder.Path() / output)))
+            run.Settle(k, {SubjectOutcome::Skipped,
+                           name + ": skipped: its output would replace the subject " + output});
+    }
+}
 }  // namespace
 
 int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
@@ -112,15 +140,6 @@ int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::os
         return kExitSomeFailed;
     }
     SubjectRun run(subjects, settings, out, terminal);
-    // Two subjects of one output name (a.tif and a.tiff): the first one given
-    // keeps it, so parallel jobs never race for one file.
-    std::map<std::string, std::string> owners;
-    for (std::size_t k = 0; k < subjects.size(); ++k) {
-        const std::string name = std::filesystem::path(subjects[k]).filename().string();
-        const auto [owner, fresh] = owners.emplace(CreateOutputFileName(name), name);
-        if (!fresh)
-            run.Settle(k, {SubjectOutcome::Skipped,
-                           name + ": skipped: " + owner->second + " has the same output name"});
-    }
+    SettleClashes(subjects, *folder, run);
     return run.Run(options.jobs) ? kExitOk : kExitSomeFailed;
 }

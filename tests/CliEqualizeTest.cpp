@@ -216,4 +216,18 @@ TEST(CliEqualize, ProgramExitsWithZero) {
     EXPECT_EQ(out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n");
     EXPECT_EQ(ReadFile(rig.dir / "err"), "");
 }
+
+// Writing into the subjects' own folder: an output whose name is another
+// subject's is refused, so no subject is ever replaced, even with --overwrite.
+TEST(CliEqualize, NeverReplacesASubject) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("a_eq.tif", "a subject that happens to carry the name");
+    const Outcome o = rig.Run({"--white", rig.dir / "white.tif", "--output", rig.dir / "subjects",
+                               "--overwrite", rig.dir / "subjects"});
+    EXPECT_EQ(o.code, 1);
+    EXPECT_EQ(o.out.substr(0, o.out.find('\n')),
+              "a.tif: skipped: its output would replace the subject a_eq.tif");
+    EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")), "a subject that happens to carry the name");
+}
 }  // namespace
