@@ -8,7 +8,7 @@
 #include "Samples.h"
 
 namespace {
-// The three row buffers of one file and the byte orders they are read in.
+// The three row buffers, made once for each file.
 struct RowBuffers {
     explicit RowBuffers(std::size_t length) : subject(length), white(length), output(length) {}
     MemoryBlock subject;
