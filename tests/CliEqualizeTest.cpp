@@ -1,0 +1,233 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <sstream>
+
+#include "BatchRig.h"
+#include "EqualizeCommand.h"
+#include "ReferenceEqualize.h"
+
+using namespace testing_tiff;
+
+namespace {
+TiffSpec Card() {
+    TiffSpec s;
+    s.width = 5;
+    s.height = 3;
+    s.bits = 16;
+    s.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{9, static_cast<std::uint16_t>(60000 - 3000 * (x + y)), 9};
+    };
+    return s;
+}
+
+TiffSpec Scene(bool little = true, std::uint32_t width = 5) {
+    TiffSpec s = Card();
+    s.width = width;
+    s.littleEndian = little;
+    s.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{static_cast<std::uint16_t>(1000 * x), static_cast<std::uint16_t>(20000 + 7 * y),
+                   65535};
+    };
+    return s;
+}
+
+struct Outcome {
+    int code;
+    std::string out, err;
+};
+
+// The white card, a subject folder and an output folder, as BatchRig lays
+// them out, driven from the command line instead of the window.
+struct CliRig : BatchRig {
+    CliRig() : BatchRig(Card()) {}
+
+    Outcome Run(std::vector<std::string> args, std::ostream* terminal = nullptr) {
+        std::ostringstream out, err;
+        const int code = RunEqualize(args, out, err, terminal);
+        return {code, out.str(), err.str()};
+    }
+    std::vector<std::string> Base() const {
+        return {"--white", dir / "white.tif", "--output", dir / "out"};
+    }
+    std::vector<std::string> With(std::vector<std::string> more) const {
+        std::vector<std::string> args = Base();
+        args.insert(args.end(), more.begin(), more.end());
+        return args;
+    }
+};
+
+struct UsageCase {
+    const char* label;
+    std::vector<std::string> extra;  // after --white and --output, or alone when useBase is false
+    bool useBase;
+};
+
+class CliUsage : public ::testing::TestWithParam<UsageCase> {};
+
+TEST_P(CliUsage, IsRefusedWithTwo) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    const UsageCase& c = GetParam();
+    std::vector<std::string> args = c.useBase ? rig.With(c.extra) : c.extra;
+    for (std::string& a : args)
+        if (a == "SUBJECT") a = rig.SubjectPath("a.tif");
+    const Outcome o = rig.Run(args);
+    EXPECT_EQ(o.code, 2);
+    EXPECT_EQ(o.out, "");
+    EXPECT_NE(o.err, "");
+    EXPECT_FALSE(std::filesystem::exists(rig.OutputPath("a_eq.tif")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, CliUsage,
+    ::testing::Values(UsageCase{"Nothing", {}, false}, UsageCase{"NoSubject", {}, true},
+                      UsageCase{"NoWhite", {"--output", "/tmp", "SUBJECT"}, false},
+                      UsageCase{"NegativeAmount", {"--amount", "-5", "SUBJECT"}, true},
+                      UsageCase{"WordAmount", {"--amount", "much", "SUBJECT"}, true},
+                      UsageCase{"HalfNumberAmount", {"--amount", "12x", "SUBJECT"}, true},
+                      UsageCase{"NoJobs", {"--jobs", "0", "SUBJECT"}, true},
+                      UsageCase{"UnknownOption", {"--fast", "SUBJECT"}, true},
+                      UsageCase{"MissingValue", {"SUBJECT", "--amount"}, true},
+                      UsageCase{"OutputMissing",
+                                {"--white", "SUBJECT", "--output", "/nowhere/at/all", "SUBJECT"},
+                                false}),
+    [](const auto& info) { return std::string(info.param.label); });
+
+TEST(CliEqualize, UnusableWhiteCardIsTwo) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    WriteFile(rig.dir / "white.tif", "no tiff");
+    const Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}));
+    EXPECT_EQ(o.code, 2);
+    EXPECT_EQ(o.err, "Not a valid TIFF file.\n");
+}
+
+// A folder stands for its .tif, .tiff and .jfx files in name order, no
+// others and no subfolders; each gets its line, in that order.
+TEST(CliEqualize, FolderLinesAndExitCode) {
+    CliRig rig;
+    rig.AddSubject("b.TIFF", BuildTiff(Scene(false)).bytes);
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("c.jfx", BuildTiff(Scene(true, 4)).bytes);
+    rig.AddSubject("d.tif", "text, not an image");
+    rig.AddSubject("e.png", BuildTiff(Scene()).bytes);
+    std::filesystem::create_directories(rig.dir.Path() / "subjects" / "f.tif");
+    const Outcome o = rig.Run(rig.With({rig.dir / "subjects"}));
+    EXPECT_EQ(o.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n" + "b.TIFF: written " +
+                         rig.OutputPath("b_eq.tif") + "\n" +
+                         "c.jfx: failed: White and image files have different pixel dimensions. "
+                         "White: 5x3  Image: 4x3\n" +
+                         "d.tif: skipped: Not a valid TIFF file.\n");
+    EXPECT_EQ(o.code, 1);
+    EXPECT_EQ(o.err, "");
+    const double target = 60000.0;
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), ExpectedOutput(Scene(), Card(), target));
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), ExpectedOutput(Scene(false), Card(), target));
+    // nothing but the outputs is left in the folder
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
+        files += entry.is_regular_file();
+    EXPECT_EQ(files, 2u);
+}
+
+TEST(CliEqualize, ExistingOutputNeedsOverwrite) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    WriteFile(rig.OutputPath("a_eq.tif"), "keep me");
+    Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}));
+    EXPECT_EQ(o.code, 1);
+    EXPECT_EQ(o.out, "a.tif: skipped: " + rig.OutputPath("a_eq.tif") +
+                         " exists (--overwrite replaces it)\n");
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "keep me");
+
+    o = rig.Run(rig.With({"--overwrite", rig.SubjectPath("a.tif")}));
+    EXPECT_EQ(o.code, 0);
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), ExpectedOutput(Scene(), Card(), 60000.0));
+}
+
+// The command line and the window write the same bytes for the same inputs
+// and amount (37.5 % here, through the window's division by 100).
+TEST(CliEqualize, SameBytesAsTheWindow) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Scene(false)).bytes);
+    rig.state.AmountToApply = 37.5 / 100.0;
+    rig.Press();
+    std::filesystem::create_directories(rig.dir.Path() / "cli");
+    const Outcome o = rig.Run({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
+                               "--amount", "37.5", rig.dir / "subjects"});
+    ASSERT_EQ(o.code, 0);
+    for (const char* name : {"a_eq.tif", "b_eq.tif"})
+        EXPECT_EQ(ReadFile(rig.dir / ("cli/" + std::string(name))), ReadFile(rig.OutputPath(name)));
+}
+
+// "s3.tif", "s3_eq.tif"
+std::string Numbered(int k, const char* ending) {
+    std::string name(1, 's');
+    return name.append(std::to_string(k)).append(ending);
+}
+
+// Several jobs: the same files and the same lines in the same order.
+TEST(CliEqualize, JobsKeepOrderAndBytes) {
+    CliRig rig;
+    std::string expected;
+    for (int k = 0; k < 7; ++k) {
+        const std::string name = Numbered(k, ".tif");
+        rig.AddSubject(name, BuildTiff(Scene(k % 2 == 0)).bytes);
+        expected += name + ": written " + rig.OutputPath(Numbered(k, "_eq.tif")) + "\n";
+    }
+    rig.AddSubject("s0.tiff", BuildTiff(Scene()).bytes);  // same output name as s0.tif
+    expected.insert(expected.find("s1.tif"), "s0.tiff: skipped: s0.tif has the same output name\n");
+    const Outcome o = rig.Run(rig.With({"--jobs", "3", rig.dir / "subjects"}));
+    EXPECT_EQ(o.out, expected);
+    EXPECT_EQ(o.code, 1);
+    for (int k = 0; k < 7; ++k)
+        EXPECT_EQ(ReadFile(rig.OutputPath(Numbered(k, "_eq.tif"))),
+                  ExpectedOutput(Scene(k % 2 == 0), Card(), 60000.0));
+}
+
+TEST(CliEqualize, ProgressOnlyToATerminal) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    std::ostringstream terminal;
+    const Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}), &terminal);
+    EXPECT_EQ(o.code, 0);
+    EXPECT_NE(terminal.str().find("a.tif: 100%"), std::string::npos);
+    EXPECT_EQ(o.err, "");
+}
+
+// The real program: stdout lines, exit status, and a quiet stderr when it is
+// not a terminal.
+TEST(CliEqualize, ProgramExitsWithZero) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    const std::string command = std::string(BRISAVANE_CLI) + " equalize --white '" +
+                                (rig.dir / "white.tif") + "' --output '" + (rig.dir / "out") +
+                                "' '" + rig.SubjectPath("a.tif") + "' 2>'" + (rig.dir / "err") +
+                                "'";
+    FILE* pipe = ::popen(command.c_str(), "r");
+    ASSERT_TRUE(pipe);
+    std::string out;
+    char buffer[256];
+    while (std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
+    const int status = ::pclose(pipe);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n");
+    EXPECT_EQ(ReadFile(rig.dir / "err"), "");
+}
+
+// Writing into the subjects' own folder: an output whose name is another
+// subject's is refused, so no subject is ever replaced, even with --overwrite.
+TEST(CliEqualize, NeverReplacesASubject) {
+    CliRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("a_eq.tif", "a subject that happens to carry the name");
+    const Outcome o = rig.Run({"--white", rig.dir / "white.tif", "--output", rig.dir / "subjects",
+                               "--overwrite", rig.dir / "subjects"});
+    EXPECT_EQ(o.code, 1);
+    EXPECT_EQ(o.out.substr(0, o.out.find('\n')),
+              "a.tif: skipped: its output would replace the subject a_eq.tif");
+    EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")), "a subject that happens to carry the name");
+}
+}  // namespace

@@ -1,0 +1,94 @@
+#pragma once
+
+// A window stand-in for the batch and the row pass: a list of rows, answers to
+// the dialogs prepared in advance, and a record of everything shown.
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "BatchHost.h"
+#include "FolderItem.h"
+
+class RecordingProgress final : public Progress {
+  public:
+    void SetMaximum(std::int64_t maximum) override { this->maximum = maximum; }
+    void SetValue(double value) override { values.push_back(value); }
+    void SetVisible(bool visible) override { this->visible = visible; }
+    void Refresh() override { ++refreshes; }
+
+    std::int64_t maximum = -1;
+    std::vector<double> values;
+    bool visible = false;
+    int refreshes = 0;
+};
+
+struct ListRow {
+    bool ticked;
+    std::string name;
+};
+
+class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
+  public:
+    // The list
+    std::vector<ListRow> rows;
+    std::map<std::int64_t, RowMark> marks;
+    // Controls
+    bool processDisabled = false;
+    bool showPreviews = true;
+    CanvasSize subjectCanvas{230, 230};
+    CanvasSize resultCanvas{230, 230};
+    int resultRefreshes = 0;
+    std::vector<std::string> statuses;
+    RecordingProgress progress;
+    // Dialogs: prepared answers and what was asked
+    std::shared_ptr<FolderItem> folderAnswer;
+    std::deque<std::shared_ptr<FolderItem>> saveAnswers;
+    std::vector<std::string> saveProposals;
+    std::vector<std::string> messages;
+    // Events: the user cancels once this many rows were pumped (-1: never)
+    int cancelAfterPumps = -1;
+    int pumps = 0;
+    int cancelQuestions = 0;
+
+    std::int64_t ListCount() override { return static_cast<std::int64_t>(rows.size()); }
+    bool Ticked(std::int64_t row) override { return rows.at(static_cast<std::size_t>(row)).ticked; }
+    std::string FileName(std::int64_t row) override {
+        return rows.at(static_cast<std::size_t>(row)).name;
+    }
+    void SetRowPicture(std::int64_t row, RowMark mark) override { marks[row] = mark; }
+    void DisableProcess() override { processDisabled = true; }
+    void SetSubjectStatus(const std::string& text) override { statuses.push_back(text); }
+    Progress& EqualizeProgress() override { return progress; }
+    bool ShowPreviews() override { return showPreviews; }
+    CanvasSize SubjectCanvas() override { return subjectCanvas; }
+    CanvasSize ResultCanvas() override { return resultCanvas; }
+    void RefreshResult() override { ++resultRefreshes; }
+    Dialogs& UserDialogs() override { return *this; }
+    EventPump& Events() override { return *this; }
+
+    std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string&) override { return nullptr; }
+    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&,
+                                                  const std::string& suggested) override {
+        saveProposals.push_back(suggested);
+        if (saveAnswers.empty()) return nullptr;
+        auto answer = saveAnswers.front();
+        saveAnswers.pop_front();
+        return answer;
+    }
+    std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) override {
+        folderPrompt = prompt;
+        return folderAnswer;
+    }
+    void MsgBox(const std::string& text) override { messages.push_back(text); }
+
+    bool UserCancelled() override {
+        ++cancelQuestions;
+        return cancelAfterPumps >= 0 && pumps >= cancelAfterPumps;
+    }
+    void DoEvents() override { ++pumps; }
+
+    std::string folderPrompt;
+};
