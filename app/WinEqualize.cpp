@@ -14,6 +14,7 @@
 #include <QSignalBlocker>
 #include <QTableWidget>
 
+#include "Batch.h"
 #include "ControlTable.h"
 #include "MenuBar1.h"
 #include "NumberText.h"
@@ -163,8 +164,9 @@ void WinEqualize::Guarded(Handler&& handler) {
     }
 }
 
-// Process is left unconnected here: the batch attaches to its clicked signal.
 void WinEqualize::WireHandlers() {
+    connect(BtnProcess, &QPushButton::clicked, this,
+            [this] { Guarded([this] { BtnProcess_Action(); }); });
     connect(BtnSubject, &QPushButton::clicked, this,
             [this] { Guarded([this] { BtnSubject_Action(); }); });
     connect(LstSubject, &QTableWidget::itemChanged, this,
@@ -184,6 +186,18 @@ void WinEqualize::WireHandlers() {
 bool WinEqualize::eventFilter(QObject* watched, QEvent* event) {
     if (watched == FldScale && event->type() == QEvent::KeyRelease) FldScale_KeyUp();
     return QMainWindow::eventFilter(watched, event);
+}
+
+// ---- Process ----
+
+// Escape counts as a request to stop only while the batch runs.
+void WinEqualize::BtnProcess_Action() {
+    struct Running {
+        WindowEventPump& pump;
+        explicit Running(WindowEventPump& p) : pump(p) { pump.Begin(); }
+        ~Running() { pump.End(); }
+    } running(Pump());
+    Batch(state_, *this).BtnProcess_Action();
 }
 
 // ---- The subject list ----

@@ -38,6 +38,7 @@ class WinEqualize : public QMainWindow,
     WindowEventPump& Pump() { return *pump_; }
 
     // Handlers, in their order.
+    void BtnProcess_Action();
     void BtnSubject_Action();
     void LstSubject_CellAction(int row, int column);
     void LstSubject_Change();
