@@ -12,6 +12,73 @@ struct RunningLuminance {
     double max = 0.0;
     double min = kMinimumStart;
 };
+
+// The green samples of one row, with the sample width and byte order fixed at
+// compile time so that the walk is a tight loop. A sample must lie wholly
+// inside the row; odd pixel sizes stop short.
+template <std::size_t Width, bool Little>
+class GreenRow {
+  public:
+    GreenRow(const std::uint8_t* data, std::size_t size, const GreenLayout& layout)
+        : data_(data), size_(size), layout_(layout) {}
+
+    template <class Visit>
+    void ForEach(Visit&& visit) const {
+        for (std::size_t o = layout_.first; o + Width <= size_; o += layout_.step)
+            visit(o, LoadSample(data_ + o, Width, Little));
+    }
+
+    // The first offset at which the row's largest sample stands.
+    std::size_t FirstOf(std::uint16_t value) const {
+        std::size_t found = 0;
+        bool seen = false;
+        ForEach([&](std::size_t o, std::uint16_t s) {
+            if (!seen && s == value) found = o, seen = true;
+        });
+        return found;
+    }
+
+  private:
+    const std::uint8_t* data_;
+    std::size_t size_;
+    GreenLayout layout_;
+};
+
+// Folds one row into the running values. The row's extremes come first, in one
+// branch-free pass; the place of a new maximum is looked for only when the row
+// beats the running one. Comparing strictly, the first brightest sample in
+// scan order keeps its place.
+template <std::size_t Width, bool Little>
+void ScanRow(const GreenRow<Width, Little>& row, const GreenLayout& layout, std::int64_t rowIndex,
+             RunningLuminance& run, std::int64_t& px, std::int64_t& py) {
+    std::uint16_t lo = 0xFFFF, hi = 0;
+    bool any = false;
+    row.ForEach([&](std::size_t, std::uint16_t s) {
+        lo = s < lo ? s : lo;
+        hi = s > hi ? s : hi;
+        any = true;
+    });
+    if (!any) return;
+    run.min = std::min(run.min, static_cast<double>(lo));
+    if (hi > run.max) {
+        run.max = hi;
+        px = layout.Column(row.FirstOf(hi));
+        py = rowIndex;
+    }
+}
+
+template <std::size_t Width, bool Little>
+void ScanRows(BinaryStream& stream, MemoryBlock& buffer, const GreenLayout& layout,
+              std::int64_t height, Progress& bar, RunningLuminance& run, std::int64_t& px,
+              std::int64_t& py) {
+    const GreenRow<Width, Little> row(buffer.Data(), buffer.Size(), layout);
+    for (std::int64_t r = 1; r <= height; ++r) {
+        stream.Read(buffer, buffer.Size());
+        ScanRow(row, layout, r - 1, run, px, py);
+        bar.SetValue(static_cast<double>(r));
+        bar.Refresh();
+    }
+}
 }  // namespace
 
 void TiffFile::FindMaxLuminanceDisk() {
@@ -23,29 +90,16 @@ void TiffFile::FindMaxLuminanceDisk() {
     stream.SetPosition(ImageOffset);
 
     const GreenLayout layout = GreenLayout::For(BytesPerPixel);
-    const bool little = stream.LittleEndian;
-    const std::uint8_t* data = row.Data();
-    const std::size_t size = row.Size();
     RunningLuminance run;
-
     Progress& bar = AnalyzeProgress();
     bar.SetMaximum(ImageHeight);
     bar.SetVisible(true);
-    for (std::int64_t r = 1; r <= ImageHeight; ++r) {
-        stream.Read(row, size);
-        // A sample must lie wholly inside the row; odd pixel sizes stop short.
-        for (std::size_t o = layout.first; o + layout.width <= size; o += layout.step) {
-            const double s = LoadSample(data + o, layout.width, little);
-            run.min = std::min(run.min, s);
-            if (s > run.max) {
-                run.max = s;
-                pxmax = layout.Column(o);
-                pymax = r - 1;
-            }
-        }
-        bar.SetValue(static_cast<double>(r));
-        bar.Refresh();
-    }
+    if (layout.width == 1)
+        ScanRows<1, true>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
+    else if (stream.LittleEndian)
+        ScanRows<2, true>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
+    else
+        ScanRows<2, false>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
     bar.SetVisible(false);
     MaxLuminance = run.max;
     MinLuminance = run.min;
