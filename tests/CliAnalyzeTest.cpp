@@ -4,7 +4,8 @@
 
 #include "AnalyzeCommand.h"
 #include "support/LibtiffFiles.h"
-#include "support/TiffBytes.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 using namespace testing_tiff;
 
@@ -15,6 +16,20 @@ struct CliRun {
     std::string out, err;
 };
 
+// An image for libtiff from its samples, each in the host's order.
+LibtiffImage HostOrderImage(std::uint32_t width, std::uint32_t height, std::uint16_t bits,
+                            const std::vector<std::uint16_t>& samples) {
+    LibtiffImage image;
+    image.width = width;
+    image.height = height;
+    image.bits = bits;
+    for (std::uint16_t v : samples) {
+        const auto* raw = reinterpret_cast<const std::uint8_t*>(&v);
+        image.pixels.insert(image.pixels.end(), raw, raw + bits / 8);
+    }
+    return image;
+}
+
 CliRun Analyze(const std::vector<std::string>& args) {
     std::ostringstream out, err;
     const int code = RunAnalyze(args, out, err);
@@ -23,12 +38,11 @@ CliRun Analyze(const std::vector<std::string>& args) {
 
 TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
     TempFolder folder;
-    LibtiffImage image{.width = 4, .height = 3, .bits = 16, .bigEndian = true};
-    image.samples.assign(36, 1000);
-    image.samples[3 * 6 + 1] = 61680;  // green of pixel (2, 1)
-    image.samples[3 * 9 + 1] = 257;    // green of pixel (1, 2)
-    WriteWithLibtiff(folder / "w.tif", image);
-    const CliRun r = Analyze({(folder / "w.tif").string()});
+    std::vector<std::uint16_t> samples(36, 1000);
+    samples[3 * 6 + 1] = 61680;  // green of pixel (2, 1)
+    samples[3 * 9 + 1] = 257;    // green of pixel (1, 2)
+    WriteWithLibtiff(folder / "w.tif", HostOrderImage(4, 3, 16, samples), true);
+    const CliRun r = Analyze({folder / "w.tif"});
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(r.out,
               "Size: 4 x 3 pixels  16 bits/channel\n"
@@ -39,10 +53,9 @@ TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
 
 TEST(CliAnalyze, EightBitMaximumHasNoParentheses) {
     TempFolder folder;
-    LibtiffImage image{.width = 2, .height = 2, .bits = 8};
-    image.samples = {0, 9, 0, 0, 200, 0, 0, 7, 0, 0, 50, 0};
-    WriteWithLibtiff(folder / "w.tif", image);
-    const CliRun r = Analyze({(folder / "w.tif").string()});
+    WriteWithLibtiff(folder / "w.tif",
+                     HostOrderImage(2, 2, 8, {0, 9, 0, 0, 200, 0, 0, 7, 0, 0, 50, 0}));
+    const CliRun r = Analyze({folder / "w.tif"});
     EXPECT_EQ(r.out,
               "Size: 2 x 2 pixels  8 bits/channel\n"
               "Maximum: 200\n"
@@ -52,7 +65,7 @@ TEST(CliAnalyze, EightBitMaximumHasNoParentheses) {
 
 struct RefusedCase {
     const char* name;
-    std::function<void(const std::filesystem::path&)> make;
+    std::function<void(const std::string&)> make;
     std::string message;
 };
 
@@ -62,7 +75,7 @@ TEST_P(CliAnalyzeRefuses, WithExitTwoAndTheWords) {
     TempFolder folder;
     const auto path = folder / "w.tif";
     GetParam().make(path);
-    const CliRun r = Analyze({path.string()});
+    const CliRun r = Analyze({path});
     EXPECT_EQ(r.code, 2);
     EXPECT_TRUE(r.out.empty());
     EXPECT_EQ(r.err.rfind(GetParam().message, 0), 0u) << r.err;  // a path may follow
@@ -73,26 +86,26 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         RefusedCase{"several_strips",
                     [](const auto& p) {
-                        WriteWithLibtiff(p, {.width = 4, .height = 4, .rowsPerStrip = 1});
+                        TiffSpec image;
+                        image.rowsPerStrip = 1;
+                        WriteFile(p, BuildTiff(image).bytes);
                     },
                     "Error: The white card image must be in one contiguous strip"},
         RefusedCase{"not_a_tiff",
-                    [](const auto& p) {
-                        WriteBytes(p, {'P', 'K', 3, 4, 0, 0});
-                    },
+                    [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); },
                     "Not a valid TIFF file."},
         RefusedCase{"planar",
                     [](const auto& p) {
-                        RgbTiff image;
+                        TiffSpec image;
                         image.extra = {{284, 3, 1, 2}};
-                        WriteBytes(p, image.Build());
+                        WriteFile(p, BuildTiff(image).bytes);
                     },
                     "The data must be interleaved, not planar."},
         RefusedCase{"truncated",
                     [](const auto& p) {
-                        auto bytes = RgbTiff{.width = 4, .height = 4}.Build();
-                        bytes.pop_back();
-                        WriteBytes(p, bytes);
+                        TiffSpec image;
+                        image.dropTailBytes = 1;
+                        WriteFile(p, BuildTiff(image).bytes);
                     },
                     "Error: The white card image data is incomplete: the file ends before its last "
                     "pixel row."},

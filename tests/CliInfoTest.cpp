@@ -3,7 +3,9 @@
 #include <sstream>
 
 #include "InfoCommand.h"
-#include "support/RasterFixtures.h"
+#include "support/LibtiffFiles.h"
+#include "support/RecordingProgress.h"
+#include "support/TempFolder.h"
 
 namespace {
 const std::string kWhiteCard = std::string(BRISAVANE_SAMPLES) + "/white_card.tif";
@@ -21,7 +23,7 @@ class CliInfoTest : public ::testing::TestWithParam<InfoCase> {};
 
 TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     const InfoCase c = GetParam();
-    ScratchFolder folder;
+    TempFolder folder;
     LibtiffImage gray = PatternImage(2, 2, 8);
     gray.samples = 1;
     gray.photometric = PHOTOMETRIC_MINISBLACK;
@@ -33,7 +35,7 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     const auto before = FileBytes(folder / "rgb.tif");
 
     std::vector<std::string> args;
-    for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
+    for (const auto& a : c.args) args.push_back(a[0] == '@' ? folder / a.substr(1) : a);
     std::ostringstream out, err;
     EXPECT_EQ(RunInfo(args, out, err), c.code);
     if (!c.out.empty()) {

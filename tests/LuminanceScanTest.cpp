@@ -4,7 +4,8 @@
 
 #include "TiffFile.h"
 #include "support/RecordingProgress.h"
-#include "support/TiffBytes.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 using namespace testing_tiff;
 
@@ -15,27 +16,27 @@ struct Scan {
     std::int64_t x, y;
 };
 
-Scan ScanFile(const RgbTiff& image, Progress* progress = nullptr) {
+Scan ScanFile(const TiffSpec& image, Progress* progress = nullptr) {
     TempFolder folder;
     const auto path = folder / "white.tif";
-    WriteBytes(path, image.Build());
+    WriteFile(path, BuildTiff(image).bytes);
     TiffServices services;
     if (progress) services.analyzeProgress = progress;
     TiffFile tiff(services);
-    tiff.fi = GetFolderItem(path.string());
+    tiff.fi = GetFolderItem(path);
     EXPECT_FALSE(tiff.OpenTIFF());
     tiff.FindMaxLuminanceDisk();
     return {tiff.MaxLuminance, tiff.MinLuminance, tiff.pxmax, tiff.pymax};
 }
 
 // Samples for a w x h image: every pixel (r, g, b) = (fill, g(x, y), fill).
-RgbTiff Image(std::uint32_t w, std::uint32_t h, int bits, bool little,
-              std::function<std::uint16_t(std::uint32_t, std::uint32_t)> green,
-              std::uint16_t fill = 0) {
-    RgbTiff image{.width = w, .height = h, .bits = bits, .little = little};
-    for (std::uint32_t y = 0; y < h; ++y)
-        for (std::uint32_t x = 0; x < w; ++x)
-            image.samples.insert(image.samples.end(), {fill, green(x, y), fill});
+TiffSpec Image(std::uint32_t w, std::uint32_t h, int bits, bool little,
+               std::function<std::uint16_t(std::uint32_t, std::uint32_t)> green,
+               std::uint16_t fill = 0) {
+    TiffSpec image = SpecOf(w, h, bits, little);
+    image.pixel = [green, fill](std::uint32_t x, std::uint32_t y) {
+        return Rgb{fill, green(x, y), fill};
+    };
     return image;
 }
 
@@ -104,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DiskScan, ReportsEveryRowThenHides) {
     RecordingProgress bar;
     ScanFile(Image(3, 4, 8, true, [](auto, auto) -> std::uint16_t { return 5; }), &bar);
-    EXPECT_EQ(bar.maximum, 4);
+    EXPECT_EQ(bar.maxima, (std::vector<std::int64_t>{4}));
     EXPECT_EQ(bar.values, (std::vector<double>{1, 2, 3, 4}));
     EXPECT_EQ(bar.visibility, (std::vector<bool>{true, false}));
     EXPECT_EQ(bar.refreshes, 4);
@@ -113,7 +114,7 @@ TEST(DiskScan, ReportsEveryRowThenHides) {
 // Pixels of four bytes are read as if they were 16-bit RGB: whatever that
 // yields, the scan must stay inside its row.
 TEST(DiskScan, OddPixelSizeStaysInsideTheRow) {
-    RgbTiff image = Image(3, 2, 16, true, [](auto, auto) -> std::uint16_t { return 9; });
+    TiffSpec image = Image(3, 2, 16, true, [](auto, auto) -> std::uint16_t { return 9; });
     image.extra = {{277, 3, 1, 2}};  // 16 bits x 2 samples: 4 bytes a pixel
     const Scan s = ScanFile(image);
     // Rows of 12 bytes: green samples at offsets 2 and 8 only.
@@ -123,7 +124,7 @@ TEST(DiskScan, OddPixelSizeStaysInsideTheRow) {
 }
 
 TEST(DiskScan, NoRowsLeavesTheStartingMinimum) {
-    const Scan s = ScanFile(RgbTiff{.width = 4, .height = 0});
+    const Scan s = ScanFile(SpecOf(4, 0, 8, true));
     EXPECT_EQ(s.max, 0.0);
     EXPECT_EQ(s.min, 9999999.9);
 }

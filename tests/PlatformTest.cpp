@@ -6,7 +6,8 @@
 #include "MemoryBlock.h"
 #include "NumberText.h"
 #include "Picture.h"
-#include "support/TiffBytes.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 using namespace testing_tiff;
 
@@ -14,7 +15,7 @@ namespace {
 
 TEST(BinaryStream, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
     TempFolder folder;
-    WriteBytes(folder / "f", {0x12, 0x34, 0x56, 0x78, 0x9A});
+    WriteFile(folder / "f", "\x12\x34\x56\x78\x9A");
     auto stream = BinaryStream::Open(FolderItem(folder / "f"));
     ASSERT_TRUE(stream);
     stream->LittleEndian = false;
@@ -36,21 +37,21 @@ TEST(BinaryStream, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
 
 TEST(BinaryStream, UpdateInPlaceNeverTruncates) {
     TempFolder folder;
-    WriteBytes(folder / "f", {1, 2, 3, 4, 5, 6});
+    WriteFile(folder / "f", "\x01\x02\x03\x04\x05\x06");
     auto stream = BinaryStream::Open(FolderItem(folder / "f"), true);
     ASSERT_TRUE(stream);
     stream->SetPosition(2);
     stream->Write(std::string("\x09\x08", 2));
     EXPECT_EQ(stream->LastErrorCode(), 0);
     stream->Close();
-    EXPECT_EQ(ReadBytes(folder / "f"), (std::vector<std::uint8_t>{1, 2, 9, 8, 5, 6}));
+    EXPECT_EQ(ReadFile(folder / "f"), "\x01\x02\x09\x08\x05\x06");
 }
 
 TEST(BinaryStream, OpenGivesNilForMissingFilesAndFolders) {
     TempFolder folder;
     EXPECT_FALSE(BinaryStream::Open(FolderItem(folder / "absent")));
     EXPECT_FALSE(BinaryStream::Open(FolderItem(folder.Path())));
-    WriteBytes(folder / "f", {1});
+    WriteFile(folder / "f", "\x01");
     EXPECT_FALSE(BinaryStream::Create(FolderItem(folder / "f"), false));
     EXPECT_TRUE(BinaryStream::Create(FolderItem(folder / "f"), true));
 }
@@ -66,7 +67,7 @@ TEST(BinaryStream, FailedWritesShowInLastErrorCode) {
 
 TEST(BinaryStream, ClosedStreamRaisesIOException) {
     TempFolder folder;
-    WriteBytes(folder / "f", {1});
+    WriteFile(folder / "f", "\x01");
     auto stream = BinaryStream::Open(FolderItem(folder / "f"));
     stream->Close();
     EXPECT_THROW(stream->ReadUInt8(), IOException);
@@ -96,13 +97,13 @@ TEST(FolderItem, ChildStaysInsideTheFolder) {
 
 TEST(FolderItem, CopyListAndWriteable) {
     TempFolder folder;
-    WriteBytes(folder / "b.tif", {1, 2, 3});
-    WriteBytes(folder / "a.tif", {4});
+    WriteFile(folder / "b.tif", "\x01\x02\x03");
+    WriteFile(folder / "a.tif", "\x04");
     const FolderItem source(folder / "b.tif");
     ASSERT_TRUE(source.CopyFileTo(FolderItem(folder / "c.tif")));
-    EXPECT_EQ(ReadBytes(folder / "c.tif"), (std::vector<std::uint8_t>{1, 2, 3}));
+    EXPECT_EQ(ReadFile(folder / "c.tif"), "\x01\x02\x03");
     ASSERT_TRUE(FolderItem(folder / "a.tif").CopyFileTo(FolderItem(folder / "c.tif")));
-    EXPECT_EQ(ReadBytes(folder / "c.tif"), (std::vector<std::uint8_t>{4}));
+    EXPECT_EQ(ReadFile(folder / "c.tif"), "\x04");
 
     std::vector<std::string> names;
     for (const FolderItem& item : FolderItem(folder.Path()).Children())

@@ -4,7 +4,9 @@
 
 #include "Exceptions.h"
 #include "TiffFile.h"
-#include "support/RasterFixtures.h"
+#include "support/LibtiffFiles.h"
+#include "support/RecordingProgress.h"
+#include "support/TempFolder.h"
 
 namespace {
 std::unique_ptr<TiffFile> Opened(const std::filesystem::path& path, Progress* bar = nullptr) {
@@ -26,10 +28,10 @@ class ReadImageTest : public ::testing::TestWithParam<ReadCase> {};
 // 8-bit rows are never swapped; 16-bit rows of either order end in the host's.
 TEST_P(ReadImageTest, EveryRowArrivesInHostOrder) {
     const auto [name, bits, bigEndian] = GetParam();
-    ScratchFolder folder;
+    TempFolder folder;
     const LibtiffImage image = PatternImage(5, 4, bits);
     WriteWithLibtiff(folder / "in.tif", image, bigEndian);
-    RecordedProgress bar;
+    RecordingProgress bar;
     const auto tiff = Opened(folder / "in.tif", &bar);
 
     tiff->ReadImage();
@@ -57,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Depths, ReadImageTest,
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST(ReadImage, RefusesRowsPastTheEndOfTheFile) {
-    ScratchFolder folder;
+    TempFolder folder;
     WriteWithLibtiff(folder / "in.tif", PatternImage(5, 4, 16));
     const auto tiff = Opened(folder / "in.tif");
     std::filesystem::resize_file(folder / "in.tif", tiff->ImageOffset + 10);
@@ -65,7 +67,7 @@ TEST(ReadImage, RefusesRowsPastTheEndOfTheFile) {
 }
 
 TEST(ReadProfile, LoadsOnlyAProfileInsideTheFile) {
-    ScratchFolder folder;
+    TempFolder folder;
     LibtiffImage image = PatternImage(3, 2, 8);
     WriteWithLibtiff(folder / "none.tif", image);
     image.profile = PatternBytes(7, 3);
@@ -96,7 +98,7 @@ class GetTIFFPixelTest : public ::testing::TestWithParam<PixelCase> {};
 
 TEST_P(GetTIFFPixelTest, ReadsScalesAndClamps) {
     const PixelCase c = GetParam();
-    ScratchFolder folder;
+    TempFolder folder;
     LibtiffImage image = PatternImage(3, 2, c.bits);
     for (std::size_t k = 0, width = c.bits / 8; k < 3; ++k)
         std::memcpy(&image.pixels[(c.pixel * 3 + k) * width], &c.samples[k],

@@ -3,7 +3,8 @@
 #include "Exceptions.h"
 #include "TiffFile.h"
 #include "support/LibtiffFiles.h"
-#include "support/TiffBytes.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 using namespace testing_tiff;
 
@@ -14,19 +15,19 @@ struct Opened {
     bool failed;
 };
 
-Opened OpenBytes(const TempFolder& folder, const std::vector<std::uint8_t>& bytes) {
+Opened OpenBytes(const TempFolder& folder, const std::string& bytes) {
     const auto path = folder / "image.tif";
-    WriteBytes(path, bytes);
+    WriteFile(path, bytes);
     auto tiff = std::make_shared<TiffFile>();
-    tiff->fi = GetFolderItem(path.string());
+    tiff->fi = GetFolderItem(path);
     const bool failed = tiff->OpenTIFF();
     return {tiff, failed};
 }
 
 // Parses a built image that must be accepted.
-std::shared_ptr<TiffFile> Accepted(const RgbTiff& image) {
+std::shared_ptr<TiffFile> Accepted(const TiffSpec& image) {
     TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
+    const Opened o = OpenBytes(folder, BuildTiff(image).bytes);
     EXPECT_FALSE(o.failed) << o.tiff->errstr;
     return o.tiff;
 }
@@ -45,10 +46,10 @@ TEST_P(ForeignFile, RecordMatchesWhatLibtiffWrote) {
     const ForeignCase c = GetParam();
     TempFolder folder;
     const auto path = folder / "foreign.tif";
-    WriteWithLibtiff(path, {.width = 7, .height = 5, .bits = c.bits, .bigEndian = c.bigEndian});
+    WriteWithLibtiff(path, PatternImage(7, 5, static_cast<std::uint16_t>(c.bits)), c.bigEndian);
 
     TiffFile tiff;
-    tiff.fi = GetFolderItem(path.string());
+    tiff.fi = GetFolderItem(path);
     ASSERT_FALSE(tiff.OpenTIFF()) << tiff.errstr;
     EXPECT_EQ(tiff.ImageWidth, 7);
     EXPECT_EQ(tiff.ImageHeight, 5);
@@ -78,9 +79,11 @@ INSTANTIATE_TEST_SUITE_P(BothOrdersBothDepths, ForeignFile,
 TEST(TiffReader, SeveralStripsLeaveRowsPerStripBelowHeight) {
     TempFolder folder;
     const auto path = folder / "strips.tif";
-    WriteWithLibtiff(path, {.width = 4, .height = 6, .bits = 16, .rowsPerStrip = 2});
+    LibtiffImage image = PatternImage(4, 6, 16);
+    image.rowsPerStrip = 2;
+    WriteWithLibtiff(path, image);
     TiffFile tiff;
-    tiff.fi = GetFolderItem(path.string());
+    tiff.fi = GetFolderItem(path);
     ASSERT_FALSE(tiff.OpenTIFF());
     EXPECT_EQ(tiff.RowsPerStrip, 2);
     EXPECT_EQ(tiff.ImageHeight, 6);
@@ -98,11 +101,11 @@ class Refusal : public ::testing::TestWithParam<RefusalCase> {};
 
 TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
     const RefusalCase c = GetParam();
-    RgbTiff image;
-    image.withRowsPerStrip = false;  // placed after the refusing entry below
+    TiffSpec image;
+    image.rowsPerStrip = -2;  // placed after the refusing entry below
     image.extra = c.extra;
     image.extra.push_back({278, 4, 1, 2});
-    std::vector<std::uint8_t> bytes = image.Build();
+    std::string bytes = BuildTiff(image).bytes;
     if (c.breakMagic) bytes[3] = 43;
     TempFolder folder;
     const Opened o = OpenBytes(folder, bytes);
@@ -131,21 +134,21 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(TiffReader, RefusedFileKeepsFieldsAlreadyRead) {
-    RgbTiff image;
+    TiffSpec image;
     image.width = 9;
     image.extra = {{262, 3, 1, 5}};
     TempFolder folder;
-    const Opened o = OpenBytes(folder, image.Build());
+    const Opened o = OpenBytes(folder, BuildTiff(image).bytes);
     ASSERT_TRUE(o.failed);
     EXPECT_EQ(o.tiff->ImageWidth, 9);
     EXPECT_EQ(o.tiff->Interpretation, 5);
 }
 
 TEST(TiffReader, AnyMarkButIntelIsTakenForBigEndian) {
-    RgbTiff image;
-    image.little = false;
+    TiffSpec image;
+    image.littleEndian = false;
     image.width = 300;
-    std::vector<std::uint8_t> bytes = image.Build();
+    std::string bytes = BuildTiff(image).bytes;
     bytes[0] = 'X';
     bytes[1] = 'Y';
     TempFolder folder;
@@ -157,14 +160,8 @@ TEST(TiffReader, AnyMarkButIntelIsTakenForBigEndian) {
 }
 
 TEST(TiffReader, EmptyDirectoryParsesWithEverythingZero) {
-    ByteWriter w(true);
-    w.Raw({'I', 'I'});
-    w.U16(42);
-    w.U32(8);
-    w.U16(0);
-    w.U32(0);
     TempFolder folder;
-    const Opened o = OpenBytes(folder, w.Bytes());
+    const Opened o = OpenBytes(folder, std::string("II\x2a\0\x08\0\0\0\0\0\0\0\0\0", 14));
     EXPECT_FALSE(o.failed);
     for (std::int64_t v :
          {o.tiff->ImageWidth, o.tiff->ImageHeight, o.tiff->BitsPerSample, o.tiff->BytesPerPixel,
@@ -185,8 +182,8 @@ class FieldDecoding : public ::testing::TestWithParam<FieldCase> {};
 
 TEST_P(FieldDecoding, TakesTheRightBits) {
     const FieldCase c = GetParam();
-    RgbTiff image;
-    image.little = c.little;
+    TiffSpec image;
+    image.littleEndian = c.little;
     image.extra = c.extra;
     EXPECT_EQ((*Accepted(image)).*(c.field), c.expected);
 }
@@ -219,7 +216,7 @@ INSTANTIATE_TEST_SUITE_P(
                   true,
                   &TiffFile::ProfileOffset,
                   0x00100002},
-        FieldCase{"orientation_ignored", {{274, 3, 1, 3}}, true, &TiffFile::ImageWidth, 2},
+        FieldCase{"orientation_ignored", {{274, 3, 1, 3}}, true, &TiffFile::ImageWidth, 4},
         FieldCase{"rows_per_strip_all",
                   {{278, 4, 1, 4294967295u}},
                   true,
@@ -228,24 +225,24 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(TiffReader, NoRowsPerStripTagLeavesZero) {
-    RgbTiff image;
-    image.withRowsPerStrip = false;
+    TiffSpec image;
+    image.rowsPerStrip = -2;
     EXPECT_EQ(Accepted(image)->RowsPerStrip, 0);
 }
 
 // Tag 258's list stands away from the entry; the last value counts and the walk
 // of entries goes on after it.
 TEST(TiffReader, BitsPerSampleTakesTheLastValueAndResumesTheWalk) {
-    RgbTiff image;
+    TiffSpec image;
     image.extra = {{258, 3, 3, 0}, {278, 4, 1, 99}};  // list patched in below
-    std::vector<std::uint8_t> bytes = image.Build();
+    std::string bytes = BuildTiff(image).bytes;
     const std::uint32_t listAt = static_cast<std::uint32_t>(bytes.size());
     for (std::uint16_t v : {8, 8, 16}) {
-        bytes.push_back(static_cast<std::uint8_t>(v));
+        bytes.push_back(static_cast<char>(v));
         bytes.push_back(0);
     }
-    const std::size_t entry = 8 + 2 + 12 * 10 + 8;  // value field of the first extra entry
-    for (int k = 0; k < 4; ++k) bytes[entry + k] = static_cast<std::uint8_t>(listAt >> (8 * k));
+    const std::size_t entry = 8 + 2 + 12 * 11 + 8;  // value field of the first extra entry
+    for (int k = 0; k < 4; ++k) bytes[entry + k] = static_cast<char>(listAt >> (8 * k));
     TempFolder folder;
     const Opened o = OpenBytes(folder, bytes);
     ASSERT_FALSE(o.failed);
@@ -255,7 +252,7 @@ TEST(TiffReader, BitsPerSampleTakesTheLastValueAndResumesTheWalk) {
 }
 
 TEST(TiffReader, FourSamplesGiveUnexpectedPixelSizes) {
-    RgbTiff image;
+    TiffSpec image;
     image.bits = 16;
     image.extra = {{277, 3, 1, 4}};
     EXPECT_EQ(Accepted(image)->BytesPerPixel, 8);
@@ -273,25 +270,21 @@ TEST(TiffReader, NilFileDoesNothing) {
 TEST(TiffReader, MissingFileRaisesNilObject) {
     TempFolder folder;
     TiffFile tiff;
-    tiff.fi = GetFolderItem((folder / "absent.tif").string());
+    tiff.fi = GetFolderItem(folder / "absent.tif");
     EXPECT_THROW(tiff.OpenTIFF(), NilObjectException);
 }
 
 // Truncated and absurd files: the reader must neither crash nor run away, and
 // the extent check must refuse pixel data that the file doesn't hold.
 TEST(TiffReader, TruncatedFilesAreReadSafelyAndFailTheExtentCheck) {
-    RgbTiff image;
-    image.width = 4;
-    image.height = 3;
-    const std::vector<std::uint8_t> whole = image.Build();
+    const BuiltTiff built = BuildTiff(TiffSpec{});
+    const std::string& whole = built.bytes;
     TempFolder folder;
     for (std::size_t cut : {std::size_t{3}, std::size_t{9}, std::size_t{50}}) {
-        std::vector<std::uint8_t> bytes(whole.begin(), whole.begin() + static_cast<long>(cut));
-        EXPECT_NO_THROW(OpenBytes(folder, bytes)) << "cut at " << cut;
+        EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut))) << "cut at " << cut;
     }
-    for (std::size_t cut : {std::size_t{image.PixelOffset() + 1}, whole.size() - 1}) {
-        std::vector<std::uint8_t> bytes(whole.begin(), whole.begin() + static_cast<long>(cut));
-        const Opened o = OpenBytes(folder, bytes);
+    for (std::size_t cut : {built.imageOffset + 1, whole.size() - 1}) {
+        const Opened o = OpenBytes(folder, whole.substr(0, cut));
         ASSERT_FALSE(o.failed);
         EXPECT_FALSE(o.tiff->PixelDataWithinFile()) << "cut at " << cut;
     }
@@ -299,20 +292,20 @@ TEST(TiffReader, TruncatedFilesAreReadSafelyAndFailTheExtentCheck) {
 }
 
 TEST(TiffReader, HugeDimensionsFailTheExtentCheckWithoutOverflow) {
-    RgbTiff image;
+    TiffSpec image;
     image.bits = 16;
     image.extra = {{256, 4, 1, 0xFFFFFFFFu}, {257, 4, 1, 0xFFFFFFFFu}, {273, 4, 1, 0xFFFFFFF0u}};
     EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
 }
 
 TEST(TiffReader, ARowLongerThanTheFileFailsTheExtentCheckEvenWithoutRows) {
-    RgbTiff image;
+    TiffSpec image;
     image.extra = {{256, 4, 1, 0x10000000u}, {257, 4, 1, 0}};
     EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
 }
 
 TEST(TiffReader, BitsPerSampleListBeyondTheFileReadsZero) {
-    RgbTiff image;
+    TiffSpec image;
     image.extra = {{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}};
     EXPECT_EQ(Accepted(image)->BitsPerSample, 0);
 }

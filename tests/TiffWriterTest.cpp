@@ -5,7 +5,9 @@
 
 #include "Exceptions.h"
 #include "TiffFile.h"
-#include "support/RasterFixtures.h"
+#include "support/LibtiffFiles.h"
+#include "support/RecordingProgress.h"
+#include "support/TempFolder.h"
 
 namespace {
 std::shared_ptr<MemoryBlock> BlockOf(const std::vector<std::uint8_t>& bytes) {
@@ -46,10 +48,10 @@ class WriteTIFFTest : public ::testing::TestWithParam<WriteCase> {};
 
 TEST_P(WriteTIFFTest, LibtiffAndOurReaderSeeWhatWasWritten) {
     const WriteCase c = GetParam();
-    ScratchFolder folder;
+    TempFolder folder;
     const auto path = folder / "out.tif";
     std::ofstream(path) << std::string(c.existingBytes, '\xAB');
-    RecordedProgress bar;
+    RecordingProgress bar;
     const auto t = Raster(path, c.width, c.samples, c.bits, bar);
     t->Interpretation = c.interpretation;
     t->ProfileLength = c.staleProfileLength;
@@ -105,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(WriteTIFF, ThreeEightBitSamplesGiveTheTabledHeader) {
-    ScratchFolder folder;
+    TempFolder folder;
     Raster(folder / "out.tif", 1, 3, 8)->WriteTIFF();
     // Assembled by hand: header, the 11 entries in order, no next directory,
     // BitsPerSample at 146 (0x92), pixels at 152 (0x98).
@@ -125,7 +127,7 @@ TEST(WriteTIFF, ThreeEightBitSamplesGiveTheTabledHeader) {
 }
 
 TEST(WriteTIFF, AShortBufferIsRefusedBeforeTheTargetIsTouched) {
-    ScratchFolder folder;
+    TempFolder folder;
     std::ofstream(folder / "out.tif") << "keep";
     const auto t = Raster(folder / "out.tif", 3, 3, 8);
     t->ImageWidth = 4;

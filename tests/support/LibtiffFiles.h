@@ -1,56 +1,87 @@
 #pragma once
 
-// Real TIFF files from an independent writer, libtiff, for tests only.
+// Real TIFF files made and read back by libtiff, an independent writer and
+// reader, for tests only: no expected byte comes from the code under test.
 
 #include <tiffio.h>
+#include <unistd.h>
 
-#include <cstdint>
 #include <filesystem>
-#include <stdexcept>
+#include <random>
+#include <string>
 #include <vector>
 
-namespace testing_tiff {
+#include "MemoryBlock.h"
+#include "TiffBuilder.h"
 
+// Pixels are the samples in the host's byte order, as libtiff takes and gives them.
 struct LibtiffImage {
-    std::uint32_t width = 3;
-    std::uint32_t height = 2;
-    int bits = 8;
-    bool bigEndian = false;
-    std::uint32_t rowsPerStrip = 0;      // 0: the whole image in one strip
-    std::vector<std::uint16_t> samples;  // width x height x 3
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
+    std::uint32_t rowsPerStrip = 0;  // 0: the whole image in one strip
+    std::vector<std::uint8_t> pixels, profile;
 };
 
-inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffImage& image) {
-    TIFF* tif = TIFFOpen(path.c_str(), image.bigEndian ? "wb" : "wl");
-    if (!tif) throw std::runtime_error("libtiff could not create " + path.string());
+// Distinct-looking bytes, so that a swapped, shifted or dropped byte shows.
+inline std::vector<std::uint8_t> PatternBytes(std::size_t count, unsigned seed = 7) {
+    std::mt19937 engine(seed);
+    std::vector<std::uint8_t> bytes(count);
+    for (auto& b : bytes) b = static_cast<std::uint8_t>(engine());
+    return bytes;
+}
+
+inline LibtiffImage PatternImage(std::uint32_t width, std::uint32_t height, std::uint16_t bits) {
+    LibtiffImage image;
+    image.width = width;
+    image.height = height;
+    image.bits = bits;
+    image.pixels = PatternBytes(std::size_t{width} * height * 3 * (bits / 8));
+    return image;
+}
+
+// Uncompressed and interleaved, in the chosen byte order.
+inline void WriteWithLibtiff(const std::filesystem::path& path, LibtiffImage image,
+                             bool bigEndian = false) {
+    TIFF* tif = TIFFOpen(path.c_str(), bigEndian ? "wb" : "wl");
     TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, image.width);
     TIFFSetField(tif, TIFFTAG_IMAGELENGTH, image.height);
     TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, image.bits);
-    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 3);
-    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, image.samples);
+    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, image.photometric);
     TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tif, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.rowsPerStrip ? image.rowsPerStrip : image.height);
-    const std::size_t rowSamples = std::size_t{image.width} * 3;
-    std::vector<std::uint8_t> row(rowSamples * (image.bits / 8));
-    for (std::uint32_t y = 0; y < image.height; ++y) {
-        for (std::size_t k = 0; k < rowSamples; ++k) {
-            const std::size_t at = y * rowSamples + k;
-            const std::uint16_t s = at < image.samples.size() ? image.samples[at] : 0;
-            if (image.bits == 8)
-                row[k] = static_cast<std::uint8_t>(s);
-            else
-                reinterpret_cast<std::uint16_t*>(row.data())[k] = s;  // host order; libtiff swaps
-        }
-        TIFFWriteScanline(tif, row.data(), y, 0);
-    }
+    if (!image.profile.empty())
+        TIFFSetField(tif, TIFFTAG_ICCPROFILE, std::uint32_t(image.profile.size()),
+                     image.profile.data());
+    const std::size_t rowBytes = std::size_t{image.width} * image.samples * (image.bits / 8);
+    for (std::uint32_t y = 0; y < image.height; ++y)
+        TIFFWriteScanline(tif, image.pixels.data() + y * rowBytes, y, 0);
     TIFFClose(tif);
 }
 
-// The strip offset libtiff itself reads back, to compare with ours.
+inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
+    LibtiffImage image;
+    TIFF* tif = TIFFOpen(path.c_str(), "r");
+    if (!tif) return image;
+    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &image.width);
+    TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &image.height);
+    TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &image.bits);
+    TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
+    TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &image.photometric);
+    image.pixels.resize(std::size_t(TIFFStripSize(tif)));
+    if (TIFFReadEncodedStrip(tif, 0, image.pixels.data(), TIFFStripSize(tif)) < 0)
+        image.pixels.clear();
+    std::uint32_t length = 0;
+    std::uint8_t* profile = nullptr;
+    if (TIFFGetField(tif, TIFFTAG_ICCPROFILE, &length, &profile))
+        image.profile.assign(profile, profile + length);
+    TIFFClose(tif);
+    return image;
+}
+
+// Where libtiff itself says the first strip starts.
 inline std::uint64_t LibtiffStripOffset(const std::filesystem::path& path) {
     TIFF* tif = TIFFOpen(path.c_str(), "r");
-    if (!tif) throw std::runtime_error("libtiff could not open " + path.string());
     std::uint64_t* offsets = nullptr;
     TIFFGetField(tif, TIFFTAG_STRIPOFFSETS, &offsets);
     const std::uint64_t first = offsets ? offsets[0] : 0;
@@ -58,4 +89,11 @@ inline std::uint64_t LibtiffStripOffset(const std::filesystem::path& path) {
     return first;
 }
 
-}  // namespace testing_tiff
+inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {
+    const std::string bytes = testing_tiff::ReadFile(path.string());
+    return {bytes.begin(), bytes.end()};
+}
+
+inline std::vector<std::uint8_t> BlockBytes(const MemoryBlock& block) {
+    return {block.Data(), block.Data() + block.Size()};
+}

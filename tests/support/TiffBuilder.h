@@ -15,13 +15,23 @@ struct Rgb {
     std::uint16_t r, g, b;
 };
 
+// A directory entry as it stands in the file. A lone SHORT sits in the first
+// two bytes of the value field.
+struct Entry {
+    std::uint16_t tag;
+    std::uint16_t type;
+    std::uint32_t count;
+    std::uint32_t value;
+};
+
 struct TiffSpec {
     std::uint32_t width = 4;
     std::uint32_t height = 3;
     int bits = 8;               // 8 or 16
     std::uint32_t samples = 3;  // samples past the third are written as 0
     bool littleEndian = true;
-    std::int64_t rowsPerStrip = -1;  // -1: the height
+    std::int64_t rowsPerStrip = -1;  // -1: the height; -2: no such entry
+    std::vector<Entry> extra;        // after the standard entries; a later duplicate wins
     std::function<Rgb(std::uint32_t x, std::uint32_t y)> pixel = [](std::uint32_t x,
                                                                     std::uint32_t y) {
         return Rgb{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y), 7};
@@ -57,7 +67,8 @@ inline BuiltTiff BuildTiff(const TiffSpec& s) {
     BuiltTiff built;
     const std::uint32_t sampleBytes = s.bits / 8;
     built.bytesPerRow = std::size_t{s.width} * s.samples * sampleBytes;
-    const std::uint32_t entries = 11;
+    const std::uint32_t entries =
+        11 + static_cast<std::uint32_t>(s.extra.size()) - (s.rowsPerStrip == -2 ? 1 : 0);
     const std::uint32_t ifd = 8, bitsAt = ifd + 2 + entries * 12 + 4;
     const std::uint32_t profileAt = bitsAt + 2 * s.samples;
     const auto profileLength = static_cast<std::uint32_t>(s.iccProfile.size());
@@ -89,13 +100,14 @@ inline BuiltTiff BuildTiff(const TiffSpec& s) {
     entry(262, 3, 1, 2);
     entry(273, 4, 1, static_cast<std::uint32_t>(built.imageOffset));
     entry(277, 3, 1, s.samples);
-    entry(278, 4, 1, rows);
+    if (s.rowsPerStrip != -2) entry(278, 4, 1, rows);
     entry(279, 4, 1, static_cast<std::uint32_t>(built.bytesPerRow * s.height));
     entry(284, 3, 1, 1);
     if (profileLength > 0)
         entry(34675, 7, profileLength, profileAt);
     else
         entry(305, 2, 4, 0x00626174);  // Software "tab", a tag the reader ignores
+    for (const Entry& e : s.extra) entry(e.tag, e.type, e.count, e.value);
     PutValue(out, 0, 4, s.littleEndian);
     for (std::uint32_t k = 0; k < s.samples; ++k)
         PutValue(out, static_cast<std::uint32_t>(s.bits), 2, s.littleEndian);
