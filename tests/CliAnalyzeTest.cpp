@@ -1,25 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "AnalyzeCommand.h"
+#include "support/AnalyzeRun.h"
 #include "support/LibtiffFiles.h"
 #include "support/TiffBytes.h"
 
 using namespace testing_tiff;
 
 namespace {
-
-struct CliRun {
-    int code;
-    std::string out, err;
-};
-
-CliRun Analyze(const std::vector<std::string>& args) {
-    std::ostringstream out, err;
-    const int code = RunAnalyze(args, out, err);
-    return {code, out.str(), err.str()};
-}
 
 TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
     TempFolder folder;
