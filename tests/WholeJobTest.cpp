@@ -323,4 +323,23 @@ TEST_F(WholeJob, EscapeInTheMiddleOfAFileEndsTheBatch) {
     ClickCell("b.tif", 2);
     EXPECT_EQ(Get<QLabel>("TxtResult")->text(), "");
 }
+
+// The steps the README gives a new user, on the shipped samples.
+TEST_F(WholeJob, TheSamplesGoThroughTheWindow) {
+    const fs::path samples = BRISAVANE_SOURCE_DIR "/samples";
+    OpenWhite(samples / "white_card.tif");
+    dialogs.folderAnswers.push_back(samples / "subjects");
+    Click("BtnSubject");
+    Click("ChkSelectAll");
+    Process(out);
+    EXPECT_TRUE(dialogs.messages.empty());
+    for (const char* name : {"chart_16bit", "chart_16bit_big_endian"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(MarkOf(std::string(name) + ".tif"), Mark::Check);
+        const std::string subject = ReadAll(samples / "subjects" / (std::string(name) + ".tif"));
+        const std::string output = ReadAll(out / (std::string(name) + "_eq.tif"));
+        EXPECT_EQ(output.size(), subject.size());
+        EXPECT_NE(output, subject);  // the falloff was lifted
+    }
+}
 }  // namespace
