@@ -9,10 +9,21 @@ std::filesystem::path& FolderSlot() {
     static std::filesystem::path folder;
     return folder;
 }
+
+struct Pictures {
+    std::shared_ptr<Picture> check, cross, toneScale;
+};
+
+Pictures& Kept() {
+    static Pictures pictures;
+    return pictures;
+}
 }  // namespace
 
+// Pictures read from a former folder are dropped with it.
 void ResourcePictures::SetFolder(const std::filesystem::path& folder) {
     FolderSlot() = folder;
+    Kept() = {};
 }
 
 const std::filesystem::path& ResourcePictures::Folder() {
@@ -40,16 +51,13 @@ std::shared_ptr<Picture> ResourcePictures::Cached(std::shared_ptr<Picture>& slot
 }
 
 std::shared_ptr<Picture> ResourcePictures::Check() {
-    static std::shared_ptr<Picture> picture;
-    return Cached(picture, "Check.tif");
+    return Cached(Kept().check, "Check.tif");
 }
 
 std::shared_ptr<Picture> ResourcePictures::Cross() {
-    static std::shared_ptr<Picture> picture;
-    return Cached(picture, "Cross.tif");
+    return Cached(Kept().cross, "Cross.tif");
 }
 
 std::shared_ptr<Picture> ResourcePictures::tone_scale() {
-    static std::shared_ptr<Picture> picture;
-    return Cached(picture, "tone_scale.tif");
+    return Cached(Kept().toneScale, "tone_scale.tif");
 }

@@ -7,8 +7,8 @@
 #include "Picture.h"
 
 // The pictures delivered beside the program: the subject list's row marks and
-// the tone map's key strip. Each is read on first use and kept for the life of
-// the process; a picture that couldn't be read is tried again on the next call.
+// the tone map's key strip. Each is read on first use and kept until the
+// folder changes; a picture that couldn't be read is tried again on the next call.
 class ResourcePictures {
   public:
     // Where the pictures lie; the program sets it from its own location.

@@ -4,5 +4,6 @@
 #include <string>
 #include <vector>
 
-// brisavane-cli analyze WHITE: the white card's figures, as the window shows them.
+// brisavane-cli analyze WHITE: the white card's figures, as the window shows them;
+// with --preview and --tone-map also its preview and tone map as PNG files.
 int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);

@@ -13,7 +13,7 @@
 
 namespace {
 void PrintUsage(std::ostream& out) {
-    out << "usage: brisavane-cli analyze WHITE [--preview PNG]\n"
+    out << "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]\n"
         << "       brisavane-cli equalize --white WHITE --output DIR [--amount PERCENT] "
            "[--overwrite] [--jobs N] SUBJECT...\n"
         << "       brisavane-cli info FILE [--profile OUT]\n";

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "AnalyzeCommand.h"
+#include "support/AnalyzeRun.h"
 #include "support/LibtiffFiles.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
@@ -11,37 +9,14 @@ using namespace testing_tiff;
 
 namespace {
 
-struct CliRun {
-    int code;
-    std::string out, err;
-};
-
-// An image for libtiff from its samples, each in the host's order.
-LibtiffImage HostOrderImage(std::uint32_t width, std::uint32_t height, std::uint16_t bits,
-                            const std::vector<std::uint16_t>& samples) {
-    LibtiffImage image;
-    image.width = width;
-    image.height = height;
-    image.bits = bits;
-    for (std::uint16_t v : samples) {
-        const auto* raw = reinterpret_cast<const std::uint8_t*>(&v);
-        image.pixels.insert(image.pixels.end(), raw, raw + bits / 8);
-    }
-    return image;
-}
-
-CliRun Analyze(const std::vector<std::string>& args) {
-    std::ostringstream out, err;
-    const int code = RunAnalyze(args, out, err);
-    return {code, out.str(), err.str()};
-}
-
 TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
     TempFolder folder;
     std::vector<std::uint16_t> samples(36, 1000);
     samples[3 * 6 + 1] = 61680;  // green of pixel (2, 1)
     samples[3 * 9 + 1] = 257;    // green of pixel (1, 2)
-    WriteWithLibtiff(folder / "w.tif", HostOrderImage(4, 3, 16, samples), true);
+    LibtiffImage image = ImageOfSamples(4, 3, 16, samples);
+    image.bigEndian = true;
+    WriteWithLibtiff(folder / "w.tif", image);
     const CliRun r = Analyze({folder / "w.tif"});
     EXPECT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(r.out,
@@ -54,7 +29,7 @@ TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
 TEST(CliAnalyze, EightBitMaximumHasNoParentheses) {
     TempFolder folder;
     WriteWithLibtiff(folder / "w.tif",
-                     HostOrderImage(2, 2, 8, {0, 9, 0, 0, 200, 0, 0, 7, 0, 0, 50, 0}));
+                     ImageOfSamples(2, 2, 8, {0, 9, 0, 0, 200, 0, 0, 7, 0, 0, 50, 0}));
     const CliRun r = Analyze({folder / "w.tif"});
     EXPECT_EQ(r.out,
               "Size: 2 x 2 pixels  8 bits/channel\n"

@@ -30,7 +30,8 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     WriteWithLibtiff(folder / "gray.tif", gray);
     LibtiffImage rgb = PatternImage(2, 2, 8);
     rgb.profile = PatternBytes(333);
-    WriteWithLibtiff(folder / "rgb.tif", rgb, true);
+    rgb.bigEndian = true;
+    WriteWithLibtiff(folder / "rgb.tif", rgb);
     std::ofstream(folder / "text.tif") << "plain words, no image";
     const auto before = FileBytes(folder / "rgb.tif");
 

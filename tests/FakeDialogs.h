@@ -15,16 +15,20 @@ class FakeDialogs final : public Dialogs {
   public:
     std::deque<std::filesystem::path> openAnswers;
     std::deque<std::filesystem::path> folderAnswers;
+    std::deque<std::filesystem::path> saveAnswers;
     std::vector<std::string> messages;
     std::vector<std::string> openTypes;
     std::vector<std::string> folderPrompts;
+    std::vector<std::string> saveProposals;
 
     std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string& fileType) override {
         openTypes.push_back(fileType);
         return Next(openAnswers);
     }
-    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&, const std::string&) override {
-        return nullptr;
+    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&,
+                                                  const std::string& suggestedName) override {
+        saveProposals.push_back(suggestedName);
+        return Next(saveAnswers);
     }
     std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) override {
         folderPrompts.push_back(prompt);

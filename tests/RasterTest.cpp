@@ -29,8 +29,9 @@ class ReadImageTest : public ::testing::TestWithParam<ReadCase> {};
 TEST_P(ReadImageTest, EveryRowArrivesInHostOrder) {
     const auto [name, bits, bigEndian] = GetParam();
     TempFolder folder;
-    const LibtiffImage image = PatternImage(5, 4, bits);
-    WriteWithLibtiff(folder / "in.tif", image, bigEndian);
+    LibtiffImage image = PatternImage(5, 4, bits);
+    image.bigEndian = bigEndian;
+    WriteWithLibtiff(folder / "in.tif", image);
     RecordingProgress bar;
     const auto tiff = Opened(folder / "in.tif", &bar);
 
@@ -103,7 +104,8 @@ TEST_P(GetTIFFPixelTest, ReadsScalesAndClamps) {
     for (std::size_t k = 0, width = c.bits / 8; k < 3; ++k)
         std::memcpy(&image.pixels[(c.pixel * 3 + k) * width], &c.samples[k],
                     width);  // low byte first
-    WriteWithLibtiff(folder / "in.tif", image, c.bigEndian);
+    image.bigEndian = c.bigEndian;
+    WriteWithLibtiff(folder / "in.tif", image);
     const auto tiff = Opened(folder / "in.tif");
     tiff->Interpretation = c.interpretation;
 

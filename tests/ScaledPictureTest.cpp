@@ -140,4 +140,25 @@ TEST(ScaledPicture, StepRoundedDownKeepsInsideThePicture) {
                                                 static_cast<std::uint32_t>(y), 7, 0));
 }
 
+// Chosen rows or not, the stream ends behind the last row of the image.
+TEST(ScaledPicture, StreamEndsBehindTheLastRow) {
+    struct Case {
+        std::uint32_t width, height;
+        int bits;
+        std::int64_t room;  // 230: every row; 10: every few rows
+    };
+    for (const Case c : {Case{3, 5, 8, 230}, Case{40, 30, 8, 10}, Case{40, 31, 16, 10}}) {
+        SCOPED_TRACE(std::to_string(c.height) + " rows in " + std::to_string(c.room));
+        TempFolder dir;
+        TiffSpec spec = Located(c.width, c.height, c.bits, false);
+        spec.trailer = "after the rows";
+        const BuiltTiff built = BuildTiff(spec);
+        WriteFile(dir / "image.tif", built.bytes);
+        const auto tiff = OpenedTiff(dir / "image.tif");
+        ASSERT_TRUE(tiff);
+        tiff->MakeScaledPictureDisk(c.room, c.room);
+        EXPECT_EQ(tiff->imagefile->Position(),
+                  static_cast<std::int64_t>(built.imageOffset + c.height * built.bytesPerRow));
+    }
+}
 }  // namespace

@@ -46,7 +46,9 @@ TEST_P(ForeignFile, RecordMatchesWhatLibtiffWrote) {
     const ForeignCase c = GetParam();
     TempFolder folder;
     const auto path = folder / "foreign.tif";
-    WriteWithLibtiff(path, PatternImage(7, 5, static_cast<std::uint16_t>(c.bits)), c.bigEndian);
+    LibtiffImage image = PatternImage(7, 5, static_cast<std::uint16_t>(c.bits));
+    image.bigEndian = c.bigEndian;
+    WriteWithLibtiff(path, image);
 
     TiffFile tiff;
     tiff.fi = GetFolderItem(path);

@@ -6,6 +6,7 @@
 #include <tiffio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -19,6 +20,7 @@ struct LibtiffImage {
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
     std::uint32_t rowsPerStrip = 0;  // 0: the whole image in one strip
+    bool bigEndian = false;          // the file's byte order
     std::vector<std::uint8_t> pixels, profile;
 };
 
@@ -39,10 +41,23 @@ inline LibtiffImage PatternImage(std::uint32_t width, std::uint32_t height, std:
     return image;
 }
 
+// An RGB image from its samples, row by row.
+inline LibtiffImage ImageOfSamples(std::uint32_t width, std::uint32_t height, std::uint16_t bits,
+                                   const std::vector<std::uint16_t>& samples) {
+    LibtiffImage image;
+    image.width = width;
+    image.height = height;
+    image.bits = bits;
+    for (std::uint16_t v : samples) {
+        const auto* raw = reinterpret_cast<const std::uint8_t*>(&v);  // host order
+        image.pixels.insert(image.pixels.end(), raw, raw + bits / 8);
+    }
+    return image;
+}
+
 // Uncompressed and interleaved, in the chosen byte order.
-inline void WriteWithLibtiff(const std::filesystem::path& path, LibtiffImage image,
-                             bool bigEndian = false) {
-    TIFF* tif = TIFFOpen(path.c_str(), bigEndian ? "wb" : "wl");
+inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffImage& image) {
+    TIFF* tif = TIFFOpen(path.c_str(), image.bigEndian ? "wb" : "wl");
     TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, image.width);
     TIFFSetField(tif, TIFFTAG_IMAGELENGTH, image.height);
     TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, image.bits);
@@ -53,9 +68,13 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, LibtiffImage ima
     if (!image.profile.empty())
         TIFFSetField(tif, TIFFTAG_ICCPROFILE, std::uint32_t(image.profile.size()),
                      image.profile.data());
+    // libtiff wants a writable row; it may swap the samples in place.
     const std::size_t rowBytes = std::size_t{image.width} * image.samples * (image.bits / 8);
-    for (std::uint32_t y = 0; y < image.height; ++y)
-        TIFFWriteScanline(tif, image.pixels.data() + y * rowBytes, y, 0);
+    std::vector<std::uint8_t> row(rowBytes);
+    for (std::uint32_t y = 0; y < image.height; ++y) {
+        std::copy_n(image.pixels.begin() + static_cast<long>(y * rowBytes), rowBytes, row.begin());
+        TIFFWriteScanline(tif, row.data(), y, 0);
+    }
     TIFFClose(tif);
 }
 

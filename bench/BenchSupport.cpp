@@ -1,0 +1,126 @@
+#include "BenchSupport.h"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+namespace bench {
+
+Run Execute(const std::vector<std::string>& argv) {
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    const auto start = std::chrono::steady_clock::now();
+    std::fflush(stdout);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        std::freopen("/dev/null", "w", stdout);
+        ::execv(args[0], args.data());
+        std::_Exit(127);
+    }
+    int status = 0;
+    struct rusage usage {};
+    ::wait4(pid, &status, 0, &usage);
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        std::fprintf(stderr, "%s failed\n", argv[0].c_str());
+        std::exit(1);
+    }
+    return {seconds, usage.ru_maxrss};
+}
+
+double Median(std::vector<double> seconds) {
+    std::sort(seconds.begin(), seconds.end());
+    return seconds[seconds.size() / 2];
+}
+
+namespace {
+void Put(std::ofstream& out, std::uint32_t value, int bytes) {
+    for (int k = 0; k < bytes; ++k) out.put(static_cast<char>((value >> (8 * k)) & 255u));
+}
+
+// sample(x, y, c) in 0..1.
+template <class Sample>
+void WriteTiff(const fs::path& path, int bits, Sample sample) {
+    std::ofstream out(path, std::ios::binary);
+    const std::uint32_t bytesPerSample = bits / 8, rowBytes = kWidth * 3 * bytesPerSample;
+    const std::uint32_t entries = 10, ifd = 8, bitsAt = ifd + 2 + entries * 12 + 4;
+    const std::uint32_t pixelsAt = bitsAt + 6;
+    out.write("II", 2);
+    Put(out, 42, 2);
+    Put(out, ifd, 4);
+    Put(out, entries, 2);
+    const std::uint32_t tags[][3] = {
+        {256, 4, kWidth}, {257, 4, kHeight}, {258, 3, bitsAt},
+        {259, 3, 1},      {262, 3, 2},       {273, 4, pixelsAt},
+        {277, 3, 3},      {278, 4, kHeight}, {279, 4, rowBytes * kHeight},
+        {284, 3, 1}};
+    for (const auto& t : tags) {
+        Put(out, t[0], 2);
+        Put(out, t[1], 2);
+        Put(out, t[0] == 258 ? 3 : 1, 4);
+        Put(out, t[2], 4);
+    }
+    Put(out, 0, 4);
+    for (int k = 0; k < 3; ++k) Put(out, static_cast<std::uint32_t>(bits), 2);
+    const double peak = bits == 8 ? 255.0 : 65535.0;
+    std::vector<char> row(rowBytes);
+    for (std::uint32_t y = 0; y < kHeight; ++y) {
+        for (std::uint32_t x = 0; x < kWidth; ++x)
+            for (std::uint32_t c = 0; c < 3; ++c) {
+                const auto v = static_cast<std::uint32_t>(sample(x, y, c) * peak);
+                for (std::uint32_t b = 0; b < bytesPerSample; ++b)
+                    row[(x * 3 + c) * bytesPerSample + b] =
+                        static_cast<char>((v >> (8 * b)) & 255u);
+            }
+        out.write(row.data(), rowBytes);
+    }
+}
+
+double Falloff(std::uint32_t x, std::uint32_t y) {
+    const double dx = (x - kWidth * 0.5) / kWidth, dy = (y - kHeight * 0.5) / kHeight;
+    return 0.95 - 0.8 * (dx * dx + dy * dy);
+}
+}  // namespace
+
+void WriteWhiteCard(const fs::path& path, int bits) {
+    WriteTiff(path, bits, [](std::uint32_t x, std::uint32_t y, int) { return Falloff(x, y); });
+}
+
+void WriteSubject(const fs::path& path, int bits) {
+    WriteTiff(path, bits, [](std::uint32_t x, std::uint32_t y, int c) {
+        return Falloff(x, y) * (0.3 + 0.2 * c + 0.1 * std::sin(x * 0.01 + y * 0.02));
+    });
+}
+
+void Empty(const fs::path& folder) {
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+}
+
+int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
+    const std::string cli = fs::absolute(argc > 1 ? argv[1] : "build/cli/brisavane-cli").string();
+    const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+    if (!fs::exists(cli)) {
+        std::fprintf(stderr, "no brisavane-cli at %s\n", cli.c_str());
+        return 2;
+    }
+    char pattern[] = "/tmp/brisavane-bench-XXXXXX";
+    const fs::path dir = ::mkdtemp(pattern);
+    bench(cli, dir, 16, runs);
+    bench(cli, dir, 8, runs);
+    fs::remove_all(dir);
+    return 0;
+}
+
+}  // namespace bench

@@ -1,0 +1,120 @@
+// Measures the whole job in the desktop window against brisavane-cli equalize
+// on the same 6000 x 4000 white card and subject, in 16-bit and 8-bit:
+//
+//     build/bench/brisavane-window-bench [build/cli/brisavane-cli] [runs]
+//
+// The window is the real one, on Qt's offscreen platform unless the
+// environment asks for another, with its dialogs answered by prepared paths.
+// Its time runs from the press of Open to the end of Process: the card's scan,
+// preview and tone map, the subject list, the subject preview and the batch
+// with its per-row progress and event pump. The command line's run holds the
+// card's scan and the batch. Every figure is the median of the runs, with the
+// page cache warm.
+
+#include <QCheckBox>
+#include <QPushButton>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "App.h"
+#include "BenchSupport.h"
+#include "FakeDialogs.h"
+#include "FileTypes.h"
+#include "ResourcePictures.h"
+#include "WinEqualize.h"
+
+namespace fs = std::filesystem;
+using namespace bench;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+struct WindowRun {
+    double whole;    // from Open to the end of Process
+    double process;  // Process alone
+};
+
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+template <class Button>
+void Press(WinEqualize& win, const char* name) {
+    win.findChild<Button*>(name)->click();
+}
+
+// One whole job in a fresh window, as the user does it.
+WindowRun RunWindow(const fs::path& white, const fs::path& subjects, const fs::path& out,
+                    bool previews) {
+    FakeDialogs dialogs;
+    WinEqualize win(new MenuBar1(), &dialogs);
+    win.show();
+    if (!previews) Press<QCheckBox>(win, "ChkShowPreviews");
+    QCoreApplication::processEvents();
+    const Clock::time_point start = Clock::now();
+    dialogs.openAnswers.push_back(white);
+    Press<QPushButton>(win, "BtnWhite");
+    dialogs.folderAnswers.push_back(subjects);
+    Press<QPushButton>(win, "BtnSubject");
+    Press<QCheckBox>(win, "ChkSelectAll");
+    dialogs.folderAnswers.push_back(out);
+    const Clock::time_point process = Clock::now();
+    Press<QPushButton>(win, "BtnProcess");
+    const WindowRun run{Since(start), Since(process)};
+    if (!dialogs.messages.empty() || !fs::exists(out / "subject0_eq.tif")) {
+        std::fprintf(stderr, "the window's batch wrote no output\n");
+        std::exit(1);
+    }
+    return run;
+}
+
+// Medians of several whole jobs, after one that warms the page cache.
+WindowRun MeasureWindow(const fs::path& white, const fs::path& subjects, const fs::path& out,
+                        int runs, bool previews) {
+    std::vector<double> whole, process;
+    Empty(out);
+    RunWindow(white, subjects, out, previews);
+    for (int k = 0; k < runs; ++k) {
+        Empty(out);
+        const WindowRun r = RunWindow(white, subjects, out, previews);
+        whole.push_back(r.whole);
+        process.push_back(r.process);
+    }
+    return {Median(whole), Median(process)};
+}
+
+void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
+    const fs::path white = dir / ("white" + std::to_string(bits) + ".tif");
+    const fs::path subjects = dir / ("subjects" + std::to_string(bits));
+    const fs::path out = dir / "out";
+    fs::create_directories(subjects);
+    WriteWhiteCard(white, bits);
+    WriteSubject(subjects / "subject0.tif", bits);
+
+    const Run command = Measure({cli, "equalize", "--white", white.string(), "--output",
+                                 out.string(), (subjects / "subject0.tif").string()},
+                                runs, [&] { Empty(out); });
+    const WindowRun shown = MeasureWindow(white, subjects, out, runs, true);
+    const WindowRun bare = MeasureWindow(white, subjects, out, runs, false);
+    std::printf("%d-bit, %u x %u, median of %d runs\n", bits, kWidth, kHeight, runs);
+    std::printf("  brisavane-cli equalize, one subject     %7.3f s\n", command.seconds);
+    std::printf("  window, Open to the end of Process      %7.3f s  %5.2f x cli  (target <= 1.3)\n",
+                shown.whole, shown.whole / command.seconds);
+    std::printf("  window, Process alone                   %7.3f s\n", shown.process);
+    std::printf(
+        "  window with previews off                %7.3f s  %5.2f x cli  (Process %.3f s)\n",
+        bare.whole, bare.whole / command.seconds, bare.process);
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    FileTypes::Instance();
+    App app(argc, argv);
+    ResourcePictures::SetFolder(fs::path(QCoreApplication::applicationDirPath().toStdString()) /
+                                "resources");
+    return RunInBothDepths(argc, argv, Bench);
+}

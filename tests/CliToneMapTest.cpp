@@ -1,0 +1,163 @@
+// brisavane-cli analyze WHITE --tone-map PNG: the false-colour map of the white
+// card's preview, read back from the PNG and compared with the band table.
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "AnalyzeRun.h"
+#include "PngDecode.h"
+#include "TempFolder.h"
+#include "TiffBuilder.h"
+
+using namespace testing_tiff;
+using namespace testing_png;
+
+namespace {
+// A source pixel of the card and the colour the map gives it.
+struct Band {
+    Rgb card;
+    Rgb map;
+};
+
+// Writes a card of one row of the given pixels over a second row of a grey
+// that is 100 on the 8-bit scale.
+std::string CardWith(const TempFolder& dir, const std::vector<Band>& bands, int bits, bool little) {
+    TiffSpec card = SpecOf(static_cast<std::uint32_t>(bands.size()), 2, bits, little);
+    const std::uint16_t grey = bits == 8 ? 100 : 25700;
+    card.pixel = [bands, grey](std::uint32_t x, std::uint32_t y) {
+        return y == 0 ? bands[x].card : Rgb{grey, grey, grey};
+    };
+    const std::string path = dir / "card.tif";
+    WriteFile(path, BuildTiff(card).bytes);
+    return path;
+}
+
+void ExpectMap(const Decoded& png, const std::vector<Band>& bands) {
+    ASSERT_EQ(png.width, bands.size());
+    ASSERT_EQ(png.height, 2u);
+    const auto at = [&](std::size_t x, std::size_t y, int c) {
+        return static_cast<std::uint8_t>(png.scanLines[y * (png.width * 3 + 1) + 1 + 3 * x + c]);
+    };
+    for (std::size_t x = 0; x < bands.size(); ++x) {
+        const Rgb& m = bands[x].map;
+        EXPECT_EQ((std::vector<int>{at(x, 0, 0), at(x, 0, 1), at(x, 0, 2)}),
+                  (std::vector<int>{m.r, m.g, m.b}))
+            << "pixel " << x;
+        EXPECT_EQ((std::vector<int>{at(x, 1, 0), at(x, 1, 1), at(x, 1, 2)}),
+                  (std::vector<int>{100, 100, 100}));
+    }
+}
+
+TEST(CliToneMap, EightBitCardTakesTheBandOfItsGreenByte) {
+    const std::vector<Band> bands = {
+        {{10, 255, 20}, {255, 0, 0}},       {{0, 250, 0}, {255, 0, 0}},
+        {{30, 249, 40}, {255, 128, 0}},     {{0, 245, 0}, {255, 128, 0}},
+        {{0, 244, 0}, {255, 192, 0}},       {{0, 235, 0}, {255, 255, 0}},
+        {{0, 230, 0}, {204, 240, 0}},       {{0, 225, 0}, {0, 224, 0}},
+        {{0, 220, 0}, {0, 240, 176}},       {{0, 215, 0}, {0, 255, 255}},
+        {{0, 210, 0}, {0, 192, 255}},       {{0, 205, 0}, {0, 128, 255}},
+        {{5, 204, 6}, {0, 0, 255}},         {{7, 200, 8}, {0, 0, 255}},
+        {{9, 199, 11}, {9, 199, 11}},  // below the lowest band: copied
+        {{255, 0, 0}, {255, 0, 0}},    // pure red: green 0, copied
+        {{255, 199, 255}, {255, 199, 255}},
+    };
+    TempFolder dir;
+    const CliRun r = Analyze({CardWith(dir, bands, 8, true), "--tone-map", dir / "tone.png"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    ExpectMap(Decode(ReadFile(dir / "tone.png")), bands);
+}
+
+// A 16-bit card is mapped from its preview, whose bytes are the samples / 257
+// truncated: 51399 is 199.99... and so below the lowest band.
+TEST(CliToneMap, SixteenBitCardIsMappedFromItsEightBitPreview) {
+    const std::vector<Band> bands = {
+        {{0, 65535, 0}, {255, 0, 0}},         {{0, 64250, 0}, {255, 0, 0}},
+        {{0, 64249, 0}, {255, 128, 0}},       {{0, 51400, 0}, {0, 0, 255}},
+        {{65535, 51399, 256}, {255, 199, 0}}, {{257, 0, 514}, {1, 0, 2}},
+    };
+    for (const bool little : {true, false}) {
+        SCOPED_TRACE(little ? "little-endian" : "big-endian");
+        TempFolder dir;
+        const CliRun r =
+            Analyze({CardWith(dir, bands, 16, little), "--tone-map", dir / "tone.png"});
+        ASSERT_EQ(r.code, 0) << r.err;
+        ExpectMap(Decode(ReadFile(dir / "tone.png")), bands);
+    }
+}
+
+// With both pictures asked for, in either order, each file is the one that
+// asking for it alone gives, and the printed figures don't change.
+TEST(CliToneMap, GoesWithThePreviewInEitherOrder) {
+    TempFolder dir;
+    const std::string card = CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true);
+    const CliRun alone = Analyze({card, "--tone-map", dir / "alone.png"});
+    const CliRun preview = Analyze({card, "--preview", dir / "preview.png"});
+    ASSERT_EQ(alone.code, 0);
+    ASSERT_EQ(preview.code, 0);
+    const std::vector<std::vector<std::string>> both = {
+        {card, "--preview", dir / "p1.png", "--tone-map", dir / "t1.png"},
+        {card, "--tone-map", dir / "t1.png", "--preview", dir / "p1.png"}};
+    for (const auto& args : both) {
+        const CliRun r = Analyze(args);
+        EXPECT_EQ(r.code, 0) << r.err;
+        EXPECT_EQ(r.out, alone.out);
+        EXPECT_EQ(ReadFile(dir / "t1.png"), ReadFile(dir / "alone.png"));
+        EXPECT_EQ(ReadFile(dir / "p1.png"), ReadFile(dir / "preview.png"));
+        EXPECT_NE(ReadFile(dir / "p1.png"), ReadFile(dir / "t1.png"));
+    }
+}
+
+// A card wider than the window's 230-pixel canvas is mapped at the preview's size.
+TEST(CliToneMap, MapHasThePreviewSizeForTheWindowsCanvas) {
+    TempFolder dir;
+    TiffSpec card = SpecOf(460, 12, 8, true);
+    card.pixel = [](std::uint32_t x, std::uint32_t) {
+        return Rgb{0, static_cast<std::uint16_t>(x % 2 == 0 ? 250 : 0), 0};
+    };
+    WriteFile(dir / "wide.tif", BuildTiff(card).bytes);
+    ASSERT_EQ(Analyze({dir / "wide.tif", "--tone-map", dir / "tone.png"}).code, 0);
+    const Decoded png = Decode(ReadFile(dir / "tone.png"));
+    EXPECT_EQ(png.width, 230u);  // every second column and row
+    EXPECT_EQ(png.height, 6u);
+    for (std::size_t k = 1; k < png.scanLines.size(); k += 3 * png.width + 1)
+        EXPECT_EQ(png.scanLines.substr(k, 3), std::string("\xff\x00\x00", 3));
+}
+
+struct UsageCase {
+    const char* name;
+    std::vector<std::string> args;
+};
+
+class CliToneMapUsage : public ::testing::TestWithParam<UsageCase> {};
+
+TEST_P(CliToneMapUsage, IsRefusedWithTwoAndNoFile) {
+    TempFolder dir;
+    std::vector<std::string> args = {CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true)};
+    for (const std::string& a : GetParam().args) args.push_back(a.empty() ? a : dir / a);
+    const CliRun r = Analyze(args);
+    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]\n");
+    EXPECT_FALSE(std::filesystem::exists(dir / "t.png"));
+}
+
+// Arguments other than the empty one stand for files in the test's folder.
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, CliToneMapUsage,
+    ::testing::Values(UsageCase{"no_path", {"--tone-map"}},
+                      UsageCase{"empty_path", {"--tone-map", ""}},
+                      UsageCase{"twice", {"--tone-map", "t.png", "--tone-map", "u.png"}},
+                      UsageCase{"unknown_option", {"--tone-map", "t.png", "--tonemap", "u.png"}},
+                      UsageCase{"dangling", {"--tone-map", "t.png", "--preview"}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(CliToneMap, UnwritablePathIsOneWithTheFiguresPrinted) {
+    TempFolder dir;
+    const CliRun r = Analyze({CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true), "--tone-map",
+                              dir / "missing/tone.png"});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_NE(r.out.find("Maximum: 250\n"), std::string::npos);
+    EXPECT_EQ(r.err, "brisavane-cli analyze: can't write " + (dir / "missing/tone.png") + "\n");
+}
+}  // namespace
