@@ -203,9 +203,9 @@ TEST(CliEqualize, ProgramExitsWithZero) {
     CliRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     const std::string command = std::string(BRISAVANE_CLI) + " equalize --white '" +
-                                (rig.dir / "white.tif") + "' --output '" + (rig.dir / "out") +
-                                "' '" + rig.SubjectPath("a.tif") + "' 2>'" + (rig.dir / "err") +
-                                "'";
+                                (rig.dir / "white.tif").string() + "' --output '" +
+                                (rig.dir / "out").string() + "' '" + rig.SubjectPath("a.tif") +
+                                "' 2>'" + (rig.dir / "err").string() + "'";
     FILE* pipe = ::popen(command.c_str(), "r");
     ASSERT_TRUE(pipe);
     std::string out;

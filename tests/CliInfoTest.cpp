@@ -36,7 +36,7 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     const auto before = FileBytes(folder / "rgb.tif");
 
     std::vector<std::string> args;
-    for (const auto& a : c.args) args.push_back(a[0] == '@' ? folder / a.substr(1) : a);
+    for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
     std::ostringstream out, err;
     EXPECT_EQ(RunInfo(args, out, err), c.code);
     if (!c.out.empty()) {

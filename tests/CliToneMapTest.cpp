@@ -134,7 +134,7 @@ class CliToneMapUsage : public ::testing::TestWithParam<UsageCase> {};
 TEST_P(CliToneMapUsage, IsRefusedWithTwoAndNoFile) {
     TempFolder dir;
     std::vector<std::string> args = {CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true)};
-    for (const std::string& a : GetParam().args) args.push_back(a.empty() ? a : dir / a);
+    for (const std::string& a : GetParam().args) args.push_back(a.empty() ? a : (dir / a).string());
     const CliRun r = Analyze(args);
     EXPECT_EQ(r.code, 2);
     EXPECT_EQ(r.out, "");
@@ -158,6 +158,7 @@ TEST(CliToneMap, UnwritablePathIsOneWithTheFiguresPrinted) {
                               dir / "missing/tone.png"});
     EXPECT_EQ(r.code, 1);
     EXPECT_NE(r.out.find("Maximum: 250\n"), std::string::npos);
-    EXPECT_EQ(r.err, "brisavane-cli analyze: can't write " + (dir / "missing/tone.png") + "\n");
+    EXPECT_EQ(r.err,
+              "brisavane-cli analyze: can't write " + (dir / "missing/tone.png").string() + "\n");
 }
 }  // namespace

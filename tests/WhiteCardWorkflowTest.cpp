@@ -4,8 +4,9 @@
 #include <optional>
 
 #include "FakeDialogs.h"
-#include "TiffFixture.h"
 #include "WhiteCardWorkflow.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 namespace {
 // Records what opening a white card did to the window.
@@ -39,14 +40,14 @@ class FakeWhiteCardHost final : public WhiteCardHost {
 };
 
 // 16-bit card whose brightest green sample, 61680, is at (2, 1).
-TiffFixture BrightAt21(bool little) {
-    TiffFixture f;
+testing_tiff::TiffSpec BrightAt21(bool little) {
+    testing_tiff::TiffSpec f;
     f.bits = 16;
-    f.little = little;
+    f.littleEndian = little;
     f.pixel = [](std::uint32_t x, std::uint32_t y) {
         const std::uint16_t g =
             x == 2 && y == 1 ? 61680 : static_cast<std::uint16_t>(50000 + x + 10 * y);
-        return TiffFixture::Rgb{60000, g, 1000};
+        return testing_tiff::Rgb{60000, g, 1000};
     };
     return f;
 }
@@ -57,8 +58,8 @@ class WhiteCardWorkflowTest : public ::testing::Test {
     WindowState state;
     FakeWhiteCardHost host;
 
-    std::filesystem::path Make(const TiffFixture& fixture, const std::string& name) {
-        fixture.Write(folder / name);
+    std::filesystem::path Make(const testing_tiff::TiffSpec& fixture, const std::string& name) {
+        testing_tiff::WriteTiff(folder / name, fixture);
         return folder / name;
     }
     void Open(const std::filesystem::path& path) {
@@ -98,11 +99,11 @@ TEST_F(WhiteCardWorkflowTest, MaximumTextDependsOnPixelSizeAlone) {
                           {16, 386, "386 (2)"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expected);
-        TiffFixture f;
+        testing_tiff::TiffSpec f;
         f.bits = c.bits;
         f.pixel = [&](std::uint32_t x, std::uint32_t y) {
-            return TiffFixture::Rgb{0, static_cast<std::uint16_t>(x == 3 && y == 2 ? c.green : 1),
-                                    0};
+            return testing_tiff::Rgb{0, static_cast<std::uint16_t>(x == 3 && y == 2 ? c.green : 1),
+                                     0};
         };
         Open(Make(f, "card.tif"));
         EXPECT_EQ(Label(WhiteLabel::TxtMaxVal), c.expected);
@@ -180,23 +181,23 @@ TEST_F(WhiteCardWorkflowTest, RefusedFilesKeepTheFormerCard) {
     const Case cases[] = {
         {"two strips",
          [](const auto& p) {
-             TiffFixture f;
+             testing_tiff::TiffSpec f;
              f.rowsPerStrip = 2;
-             f.Write(p);
+             testing_tiff::WriteTiff(p, f);
          },
          "Error: The white card image must be in one contiguous strip"},
         {"rows per strip above the height",
          [](const auto& p) {
-             TiffFixture f;
+             testing_tiff::TiffSpec f;
              f.rowsPerStrip = 4;
-             f.Write(p);
+             testing_tiff::WriteTiff(p, f);
          },
          "Error: The white card image must be in one contiguous strip"},
         {"pixel data cut short",
          [](const auto& p) {
-             TiffFixture f;
-             f.cutPixelBytes = 1;
-             f.Write(p);
+             testing_tiff::TiffSpec f;
+             f.dropTailBytes = 1;
+             testing_tiff::WriteTiff(p, f);
          },
          "Error: The white card image data is incomplete: the file ends before its last pixel "
          "row."},
@@ -204,9 +205,10 @@ TEST_F(WhiteCardWorkflowTest, RefusedFilesKeepTheFormerCard) {
         // the unequal pair wins over the reader's own words.
         {"grey image",
          [](const auto& p) {
-             TiffFixture f;
-             f.interpretation = 1;
-             f.Write(p);
+             testing_tiff::TiffSpec f;
+             f.rowsPerStrip = -2;  // read after the refusal below, so never
+             f.extra = {{262, 3, 1, 1}, {278, 4, 1, 3}};
+             testing_tiff::WriteTiff(p, f);
          },
          "Error: The white card image must be in one contiguous strip"},
         {"not a TIFF", [](const auto& p) { std::ofstream(p) << "just some text, no image"; },

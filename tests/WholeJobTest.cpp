@@ -218,10 +218,10 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
     small.width = 3;
     WriteSubject("c_small.tif", small.Subjects(false));
     WriteSubject("d_strips.tif", scene.Subjects(true, 1));
-    TiffFixture cut;
+    testing_tiff::TiffSpec cut;
     cut.bits = scene.bits;
-    cut.cutPixelBytes = 5;
-    cut.Write(shoot / "e_cut.tif");
+    cut.dropTailBytes = 5;
+    testing_tiff::WriteTiff(shoot / "e_cut.tif", cut);
     std::ofstream(shoot / "f_notes.tif") << "not a picture";
     WriteSubject("g_unticked.tif", scene.Subjects(false));
     std::ofstream(shoot / "readme.txt") << "not listed";

@@ -7,8 +7,9 @@
 
 #include "FakeDialogs.h"
 #include "MenuBar1.h"
-#include "TiffFixture.h"
 #include "WinEqualize.h"
+#include "support/TempFolder.h"
+#include "support/TiffBuilder.h"
 
 // A main window with prepared dialogs, and its controls by name.
 class WindowFixture : public ::testing::Test {

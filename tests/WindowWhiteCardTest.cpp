@@ -14,13 +14,13 @@ class WindowWhiteCardTest : public WindowFixture {
   protected:
     // 16-bit, 4 x 3: green 61680 at (2, 1), 47545 (185 on the 8-bit scale) elsewhere.
     std::filesystem::path Card() {
-        TiffFixture f;
+        testing_tiff::TiffSpec f;
         f.bits = 16;
         f.pixel = [](std::uint32_t x, std::uint32_t y) {
-            return TiffFixture::Rgb{0, static_cast<std::uint16_t>(x == 2 && y == 1 ? 61680 : 47545),
-                                    0};
+            return testing_tiff::Rgb{
+                0, static_cast<std::uint16_t>(x == 2 && y == 1 ? 61680 : 47545), 0};
         };
-        f.Write(folder / "card.tif");
+        testing_tiff::WriteTiff(folder / "card.tif", f);
         return folder / "card.tif";
     }
     void OpenCard(const std::filesystem::path& path) {
@@ -77,9 +77,9 @@ TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
 }
 
 TEST_F(WindowWhiteCardTest, MultiStripCardGivesTheStripMessage) {
-    TiffFixture f;
+    testing_tiff::TiffSpec f;
     f.rowsPerStrip = 1;
-    f.Write(folder / "strips.tif");
+    testing_tiff::WriteTiff(folder / "strips.tif", f);
     OpenCard(folder / "strips.tif");
     EXPECT_EQ(dialogs.messages, std::vector<std::string>{
                                     "Error: The white card image must be in one contiguous strip"});

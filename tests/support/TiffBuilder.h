@@ -130,6 +130,10 @@ inline void WriteFile(const std::string& path, const std::string& bytes) {
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
+inline void WriteTiff(const std::string& path, const TiffSpec& spec) {
+    WriteFile(path, BuildTiff(spec).bytes);
+}
+
 inline std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
