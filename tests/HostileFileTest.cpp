@@ -39,6 +39,11 @@ struct HostileCase {
     bool sameSizeAsTheCard = true;
 };
 
+// Named by its label in test listings.
+void PrintTo(const HostileCase& c, std::ostream* os) {
+    *os << c.label;
+}
+
 std::vector<std::uint8_t> HostileBytes(const HostileCase& c) {
     RgbTiff image;
     image.bits = c.bits;
@@ -156,6 +161,11 @@ struct PixelSizeCase {
     std::uint32_t whiteSamples;
     bool whiteLittle;
 };
+
+// Named by its label in test listings.
+void PrintTo(const PixelSizeCase& c, std::ostream* os) {
+    *os << c.label;
+}
 
 // A single bits-per-sample value sits in its entry, where the reader never
 // looks, so a one-sample file is little-endian to be read as one sample.

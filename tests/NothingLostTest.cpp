@@ -60,6 +60,11 @@ struct LostCase {
     Ending ending;
 };
 
+// Named by its label in test listings.
+void PrintTo(const LostCase& c, std::ostream* os) {
+    *os << c.label;
+}
+
 class NothingLost : public ::testing::TestWithParam<LostCase> {};
 
 TEST_P(NothingLost, SubjectsKeepEveryByte) {

@@ -71,6 +71,11 @@ struct LimitCase {
     Limit limit;
 };
 
+// Named by its label in test listings.
+void PrintTo(const LimitCase& c, std::ostream* os) {
+    *os << c.label;
+}
+
 // A big subject followed by a small one, which every limit here lets through.
 class FileSizeLimit : public ::testing::TestWithParam<LimitCase> {
   protected:
