@@ -16,6 +16,12 @@
 #include "SubjectTest.h"
 
 namespace {
+// Removes a temporary copy that won't become an output.
+void Discard(const FolderItem& temporary) {
+    std::error_code ec;
+    std::filesystem::remove(temporary.Path(), ec);
+}
+
 class Job {
   public:
     Job(const std::string& path, const JobSettings& settings, RowPassHost& host, std::size_t number)
@@ -79,7 +85,12 @@ SubjectResult Job::Rewrite(TiffFile& subject, const FolderItem& output) {
     hidden.append(output.Name()).append(".").append(std::to_string(::getpid()));
     hidden.append("-").append(std::to_string(number_)).append(".part");
     const auto temporary = settings_.outputFolder.Child(hidden);
-    if (!temporary || !subject.fi->CopyFileTo(*temporary)) return Failed(Batch::kWriteProblem);
+    if (!temporary) return Failed(Batch::kWriteProblem);
+    if (!subject.fi->CopyFileTo(*temporary)) {
+        // What a failed copy left (on a full disk, all the room there was) goes.
+        Discard(*temporary);
+        return Failed(Batch::kWriteProblem);
+    }
     RowPassEnd end = RowPassEnd::WriteFailed;
     try {
         const auto stream = BinaryStream::Open(*temporary, true);
@@ -92,15 +103,13 @@ SubjectResult Job::Rewrite(TiffFile& subject, const FolderItem& output) {
             end = RunRowPass(files, settings_.targetLevel, host_, preview);
         }
     } catch (const std::exception& e) {
-        std::error_code ec;
-        std::filesystem::remove(temporary->Path(), ec);
+        Discard(*temporary);
         host_.EqualizeProgress().SetVisible(false);
         return Failed(e.what());
     }
     host_.EqualizeProgress().SetVisible(false);
     if (end == RowPassEnd::Written && Publish(*temporary, output)) return Written(output);
-    std::error_code ec;
-    std::filesystem::remove(temporary->Path(), ec);
+    Discard(*temporary);
     if (end != RowPassEnd::Written) return Failed(Batch::kWriteProblem);
     return Skipped(output.NativePath() + " appeared meanwhile (--overwrite replaces it)");
 }

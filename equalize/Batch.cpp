@@ -67,7 +67,14 @@ Batch::Next Batch::ProcessRow(std::int64_t row, double targetLevel) {
     // A save dialog may have pointed at the subject itself, which is never
     // written to: that row is passed over like an output that can't be written.
     if (SameFile(subject, *output)) return Next::Row;
-    subject.CopyFileTo(*output);
+    // The rows are rewritten in place, so everything else in the output is what
+    // the copy put there: a copy cut short (a full disk, a file size limit, a
+    // place that takes no file) would pass its loss on under a Check mark.
+    if (!subject.CopyFileTo(*output)) {
+        MarkWriteProblem(row);
+        EndRow();
+        return Next::Row;
+    }
     if (!output->IsWriteable()) return Next::Row;
     return Equalize(row, *output, targetLevel);
 }
@@ -94,16 +101,19 @@ Batch::Next Batch::Equalize(std::int64_t row, const FolderItem& output, double t
                                  output.Name()};
         const RowPassEnd end = RunRowPass(files, targetLevel, host_, state_.presult);
         if (end == RowPassEnd::Cancelled) return Next::Stop;
-        if (end == RowPassEnd::WriteFailed) {
-            host_.SetRowPicture(row, RowMark::Cross);
-            state_.SetErrorMessage(row, kWriteProblem);
-        } else {
+        if (end == RowPassEnd::WriteFailed)
+            MarkWriteProblem(row);
+        else
             host_.SetRowPicture(row, RowMark::Check);
-        }
         if (host_.ShowPreviews()) host_.RefreshResult();
     }
     EndRow();
     return Next::Row;
+}
+
+void Batch::MarkWriteProblem(std::int64_t row) {
+    host_.SetRowPicture(row, RowMark::Cross);
+    state_.SetErrorMessage(row, kWriteProblem);
 }
 
 void Batch::EndRow() {

@@ -27,6 +27,7 @@ class Batch {
     Next ProcessRow(std::int64_t row, double targetLevel);
     std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject);
     Next Equalize(std::int64_t row, const FolderItem& output, double targetLevel);
+    void MarkWriteProblem(std::int64_t row);
     void EndRow();
     std::string ErrorText() const { return tiff_ ? tiff_->errstr : std::string(); }
 

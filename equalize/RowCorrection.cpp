@@ -3,6 +3,14 @@
 #include <bit>
 #include <cstring>
 
+// Clang (which the fuzz targets are built with) can't clone templates for
+// several processors; it builds the one plain version.
+#if defined(__clang__)
+#define BRISAVANE_VECTOR_CLONES
+#else
+#define BRISAVANE_VECTOR_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
+#endif
+
 namespace {
 constexpr bool kHostLittleEndian = std::endian::native == std::endian::little;
 
@@ -33,9 +41,10 @@ inline void StoreAs(std::uint8_t* at, std::uint16_t corrected) {
 // at start-up by what the machine has; every IEEE operation rounds the same in
 // each, and contraction into fused multiply-adds is off for the whole build.
 template <class Sample, bool SubjectSwap, bool WhiteSwap>
-__attribute__((target_clones("arch=x86-64-v4", "avx2", "default"))) void CorrectPixels(
-    double targetLevel, double ceiling, const std::uint8_t* __restrict subject,
-    const std::uint8_t* __restrict white, std::uint8_t* __restrict out, std::size_t pixels) {
+BRISAVANE_VECTOR_CLONES void CorrectPixels(double targetLevel, double ceiling,
+                                           const std::uint8_t* __restrict subject,
+                                           const std::uint8_t* __restrict white,
+                                           std::uint8_t* __restrict out, std::size_t pixels) {
     constexpr std::size_t w = sizeof(Sample);
     for (std::size_t p = 0; p < pixels; ++p) {
         const std::size_t i = p * 3 * w;

@@ -8,3 +8,9 @@
 // Opens the file as a white card, judges it, and when it is accepted scans it
 // and makes its preview, as the window does.
 void ExerciseWhiteCard(const std::string& path);
+
+// Equalizes the file as the one ticked subject of a press of Process, with
+// previews on, against each of two small fixed white cards (8-bit
+// little-endian and 16-bit big-endian, 6 x 4), into a fresh output folder
+// that is removed afterwards. Aborts if the subject's bytes changed.
+void ExerciseEqualize(const std::string& path);

@@ -20,9 +20,14 @@ BinaryStream::~BinaryStream() {
     if (file_) std::fclose(file_);
 }
 
+// Opening a named pipe would wait, and hold the program, until something
+// writes into it; a folder or a socket has no bytes to read. Neither is opened.
 std::shared_ptr<BinaryStream> BinaryStream::Open(const FolderItem& item, bool readWrite) {
+    using std::filesystem::file_type;
     std::error_code ec;
-    if (std::filesystem::is_directory(item.Path(), ec)) return nullptr;
+    const file_type type = std::filesystem::status(item.Path(), ec).type();
+    if (ec || type == file_type::directory || type == file_type::fifo || type == file_type::socket)
+        return nullptr;
     std::FILE* f = std::fopen(item.Path().c_str(), readWrite ? "r+b" : "rb");
     if (!f) return nullptr;
     return std::shared_ptr<BinaryStream>(new BinaryStream(f, item.Path()));

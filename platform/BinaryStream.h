@@ -16,7 +16,7 @@ class MemoryBlock;
 class BinaryStream {
   public:
     // An existing file, read-only or for update in place (never truncated).
-    // nil when the file can't be opened or is a folder.
+    // nil when the file can't be opened, or is a folder, a named pipe or a socket.
     static std::shared_ptr<BinaryStream> Open(const FolderItem& file, bool readWrite = false);
     // A new empty file; nil when it exists and overwrite is false, or on failure.
     static std::shared_ptr<BinaryStream> Create(const FolderItem& file, bool overwrite);

@@ -3,42 +3,12 @@
 #include <map>
 #include <optional>
 
-#include "FakeDialogs.h"
+#include "FakeWhiteCardHost.h"
 #include "WhiteCardWorkflow.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
 
 namespace {
-// Records what opening a white card did to the window.
-class FakeWhiteCardHost final : public WhiteCardHost {
-  public:
-    FakeDialogs dialogs;
-    std::map<WhiteLabel, std::string> labels;
-    std::vector<std::string> statusShown;  // the status line at each immediate redraw
-    std::string scaleText;
-    int rowDeletes = 0;
-    int canvasRefreshes = 0;
-    int whiteRefreshes = 0;
-    std::optional<bool> processEnabled;
-    bool previews = true;
-
-    void SetLabel(WhiteLabel label, const std::string& text) override { labels[label] = text; }
-    void RefreshLabel(WhiteLabel label) override {
-        if (label == WhiteLabel::TxtStatusWhite) statusShown.push_back(labels[label]);
-    }
-    void SetScaleText(const std::string& text) override { scaleText = text; }
-    void DeleteAllRows() override { ++rowDeletes; }
-    void RefreshCanvases() override { ++canvasRefreshes; }
-    void RefreshWhiteCanvas() override { ++whiteRefreshes; }
-    void SetProcessEnabled(bool enabled) override { processEnabled = enabled; }
-    bool ShowPreviews() override { return previews; }
-    CanvasSize WhiteCanvas() override { return {230, 230}; }
-    TiffServices WhiteServices() override {
-        return TiffServices{&NoProgress::Instance(), &NoProgress::Instance(), &dialogs};
-    }
-    Dialogs& UserDialogs() override { return dialogs; }
-};
-
 // 16-bit card whose brightest green sample, 61680, is at (2, 1).
 testing_tiff::TiffSpec BrightAt21(bool little) {
     testing_tiff::TiffSpec f;

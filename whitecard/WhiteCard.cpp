@@ -1,5 +1,6 @@
 #include "WhiteCard.h"
 
+#include "Exceptions.h"
 #include "NumberText.h"
 
 WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, bool openFailed) {
@@ -40,18 +41,26 @@ std::string MaxLocText(const TiffFile& white) {
 
 std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& error,
                                         TiffServices services) {
+    const std::string unopened = "Error: The white card file can't be opened: " + path;
     auto candidate = std::make_shared<TiffFile>(services);
     candidate->fi = GetFolderItem(std::filesystem::absolute(path).string());
     if (!candidate->fi || !candidate->fi->Exists() || candidate->fi->Directory()) {
-        error = "Error: The white card file can't be opened: " + path;
+        error = unopened;
         return nullptr;
     }
-    const bool openFailed = candidate->OpenTIFF();
-    const WhiteCardVerdict verdict = JudgeWhiteCard(*candidate, openFailed);
-    if (verdict != WhiteCardVerdict::Accepted) {
-        error = RefusalText(verdict, *candidate);
+    // A file that exists but gives no stream (unreadable, a pipe, a device)
+    // surfaces from the reader or the scan as a missing object.
+    try {
+        const bool openFailed = candidate->OpenTIFF();
+        const WhiteCardVerdict verdict = JudgeWhiteCard(*candidate, openFailed);
+        if (verdict != WhiteCardVerdict::Accepted) {
+            error = RefusalText(verdict, *candidate);
+            return nullptr;
+        }
+        candidate->FindMaxLuminanceDisk();
+    } catch (const NilObjectException&) {
+        error = unopened;
         return nullptr;
     }
-    candidate->FindMaxLuminanceDisk();
     return candidate;
 }

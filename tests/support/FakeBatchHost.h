@@ -4,6 +4,7 @@
 // the dialogs prepared in advance, and a record of everything shown.
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -42,6 +43,8 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     CanvasSize resultCanvas{230, 230};
     int resultRefreshes = 0;
     std::vector<std::string> statuses;
+    // Called with each status text, for a test that acts at a step of the batch.
+    std::function<void(const std::string&)> onStatus;
     RecordingProgress progress;
     // Dialogs: prepared answers and what was asked
     std::shared_ptr<FolderItem> folderAnswer;
@@ -60,7 +63,10 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     }
     void SetRowPicture(std::int64_t row, RowMark mark) override { marks[row] = mark; }
     void DisableProcess() override { processDisabled = true; }
-    void SetSubjectStatus(const std::string& text) override { statuses.push_back(text); }
+    void SetSubjectStatus(const std::string& text) override {
+        statuses.push_back(text);
+        if (onStatus) onStatus(text);
+    }
     Progress& EqualizeProgress() override { return progress; }
     bool ShowPreviews() override { return showPreviews; }
     CanvasSize SubjectCanvas() override { return subjectCanvas; }

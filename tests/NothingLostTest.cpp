@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "BatchRig.h"
+#include "ChildProcess.h"
+#include "FileHashes.h"
+#include "ReferenceEqualize.h"
+
+using namespace testing_tiff;
+
+// Every subject keeps every byte, whatever the batch meets: an output folder
+// of its own or the subjects' own folder, a cancel, a save dialog cancelled
+// mid-batch, and brisavane-cli killed in the middle of a file.
+
+namespace {
+TiffSpec Card(std::uint32_t width = 6, std::uint32_t height = 4) {
+    TiffSpec s = SpecOf(width, height, 16, false);
+    s.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{5, static_cast<std::uint16_t>(60000 - (x * 7 + y * 11) % 20000), 5};
+    };
+    return s;
+}
+
+TiffSpec Subject(int bits, bool little, std::uint32_t width = 6, std::uint32_t height = 4) {
+    TiffSpec s = SpecOf(width, height, bits, little);
+    const std::uint32_t top = bits == 8 ? 255 : 65535;
+    s.pixel = [top](std::uint32_t x, std::uint32_t y) {
+        return Rgb{static_cast<std::uint16_t>((x * 97 + y) % top),
+                   static_cast<std::uint16_t>((y * 31 + x * 3) % top),
+                   static_cast<std::uint16_t>(top / 3)};
+    };
+    s.iccProfile = std::string(40, '\x33');
+    s.trailer = "the subject's own last bytes";
+    return s;
+}
+
+// Subjects of both byte orders and depths (an 8-bit one against the 16-bit
+// card; one whose name already ends in _eq), and ones that are refused or
+// passed over.
+void AddSubjects(BatchRig& rig) {
+    rig.AddSubject("a.tif", BuildTiff(Subject(16, true)).bytes);
+    rig.AddSubject("b.TIF", BuildTiff(Subject(8, false)).bytes);
+    rig.AddSubject("c_eq.tif", BuildTiff(Subject(16, false)).bytes);
+    rig.AddSubject("d.tif", BuildTiff(Subject(16, false, 5)).bytes);  // other size
+    TiffSpec cut = Subject(8, false);
+    cut.trailer.clear();
+    cut.dropTailBytes = 2;
+    rig.AddSubject("e.tif", BuildTiff(cut).bytes);
+    rig.AddSubject("f.tif", "not an image");
+    rig.AddSubject("g.tif", BuildTiff(Subject(8, false)).bytes, false);
+}
+
+enum class Ending { Completed, Cancelled, SaveDialogCancelled };
+
+struct LostCase {
+    const char* label;
+    bool sameFolder;
+    Ending ending;
+};
+
+// Named by its label in test listings.
+void PrintTo(const LostCase& c, std::ostream* os) {
+    *os << c.label;
+}
+
+class NothingLost : public ::testing::TestWithParam<LostCase> {};
+
+TEST_P(NothingLost, SubjectsKeepEveryByte) {
+    const LostCase& c = GetParam();
+    BatchRig rig(Card());
+    AddSubjects(rig);
+    const std::filesystem::path subjects = rig.dir.Path() / "subjects";
+    const std::filesystem::path outputs = c.sameFolder ? subjects : rig.dir.Path() / "out";
+    rig.host.folderAnswer = std::make_shared<FolderItem>(outputs);
+    if (c.ending == Ending::Cancelled) rig.host.cancelAfterPumps = 4 + 2;  // b.TIF, third row
+    if (c.ending == Ending::SaveDialogCancelled) WriteFile((outputs / "b_eq.tif").string(), "old");
+    const auto before = HashFolder(subjects);
+
+    rig.Press();
+
+    const auto after = HashFolder(subjects);
+    for (const auto& [name, hash] : before) EXPECT_EQ(after.at(name), hash) << name;
+    if (!c.sameFolder) {
+        EXPECT_EQ(after, before);
+    }
+    const std::string a = ReadFile((outputs / "a_eq.tif").string());
+    EXPECT_EQ(a, ExpectedOutput(Subject(16, true), Card(), Card().pixel(0, 0).g));
+    const bool completed = c.ending == Ending::Completed;
+    EXPECT_EQ(std::filesystem::exists(outputs / "c_eq_eq.tif"), completed);
+    EXPECT_EQ(rig.host.marks.count(2) == 1, completed);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Endings, NothingLost,
+    ::testing::Values(LostCase{"OwnFolder", false, Ending::Completed},
+                      LostCase{"SubjectFolder", true, Ending::Completed},
+                      LostCase{"OwnFolderCancelled", false, Ending::Cancelled},
+                      LostCase{"SubjectFolderCancelled", true, Ending::Cancelled},
+                      LostCase{"OwnFolderSaveDialogCancelled", false, Ending::SaveDialogCancelled},
+                      LostCase{"SubjectFolderSaveDialogCancelled", true,
+                               Ending::SaveDialogCancelled}),
+    [](const auto& info) { return std::string(info.param.label); });
+
+// brisavane-cli writing into the subjects' own folder, killed as soon as a
+// file is in work: the subjects are whole, a file under an output's final
+// name is a whole output, and the file in work has none.
+TEST(NothingLostOnKill, KilledMidFile) {
+    constexpr std::uint32_t kWidth = 1500, kHeight = 1000;  // 9 MB a file
+    BatchRig rig(Card(kWidth, kHeight));
+    const std::vector<std::string> names = {"a.tif", "b.tif", "c.tif"};
+    for (const std::string& name : names)
+        rig.AddSubject(name, BuildTiff(Subject(16, name != "b.tif", kWidth, kHeight)).bytes);
+    const std::filesystem::path folder = rig.dir.Path() / "subjects";
+    const auto before = HashFolder(folder);
+
+    std::vector<std::string> argv = {BRISAVANE_CLI,         "equalize", "--white",
+                                     rig.dir / "white.tif", "--output", folder.string()};
+    for (const std::string& name : names) argv.push_back(rig.SubjectPath(name));
+    int out = -1;
+    const pid_t pid = StartProgram(argv, out);
+    ASSERT_GT(pid, 0);
+    const auto inWork = [&] {
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+            if (entry.path().extension() == ".part") return true;
+        return false;
+    };
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!inWork() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    ::kill(pid, SIGKILL);
+    const ChildResult killed = WaitForChild(pid, out);
+    ASSERT_EQ(killed.exitCode, -1) << "the program ended before it was killed";
+
+    int leftInWork = 0;
+    for (const auto& [name, hash] : HashFolder(folder)) {
+        if (before.count(name)) {
+            EXPECT_EQ(hash, before.at(name)) << name;
+        } else if (name.ends_with(".part")) {
+            ++leftInWork;
+            const std::string final = name.substr(1, name.find("_eq.tif") + 6);
+            EXPECT_FALSE(std::filesystem::exists(folder / final)) << final;
+        } else {
+            const std::string subject = name.substr(0, name.find("_eq.tif")) + ".tif";
+            EXPECT_EQ(ReadFile((folder / name).string()),
+                      ExpectedOutput(Subject(16, subject != "b.tif", kWidth, kHeight),
+                                     Card(kWidth, kHeight), 60000.0))
+                << name;
+        }
+    }
+    EXPECT_EQ(leftInWork, 1);
+}
+}  // namespace

@@ -1,0 +1,222 @@
+#include <gtest/gtest.h>
+
+#include "BatchRig.h"
+#include "ChildProcess.h"
+#include "FileHashes.h"
+#include "ReferenceEqualize.h"
+#include "TmpfsMount.h"
+
+using namespace testing_tiff;
+
+// Writes that really fail: a file size limit in a child process, a small
+// file system in memory that fills up, one that takes no writes, a place
+// that doesn't exist. Each ends its file with Cross and the write text (a
+// failed line in brisavane-cli), the next file is still written, and no
+// subject changes.
+
+namespace {
+constexpr const char* kProblem = "Problem writing equalized TIFF file.";
+
+TiffSpec Card() {
+    TiffSpec s = SpecOf(6, 4, 16, true);
+    s.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{7, static_cast<std::uint16_t>(62000 - 1500 * (x + 2 * y)), 7};
+    };
+    return s;
+}
+
+// A subject with its bytes on both sides of the pixel rows: a profile in front
+// (which makes the big one big) and bytes behind them.
+TiffSpec Subject(std::size_t profileBytes, bool little = true) {
+    TiffSpec s = Card();
+    s.littleEndian = little;
+    s.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{static_cast<std::uint16_t>(3000 * x), static_cast<std::uint16_t>(20000 + y),
+                   static_cast<std::uint16_t>(40000 - 9 * x * y)};
+    };
+    s.iccProfile = std::string(profileBytes, '\x11');
+    s.trailer = std::string(300, '\x22');
+    return s;
+}
+
+std::string Expected(const TiffSpec& subject) {
+    return ExpectedOutput(subject, Card(), Card().pixel(0, 0).g);
+}
+
+// The marks and texts of a batch, one line a row: "0 Cross Problem ...".
+std::string Outcome(const BatchRig& rig) {
+    std::string lines;
+    for (const auto& [row, mark] : rig.host.marks)
+        lines += std::to_string(row) + (mark == RowMark::Check ? " Check " : " Cross ") +
+                 rig.Message(static_cast<std::size_t>(row)) + "\n";
+    return lines;
+}
+
+std::string Crossed(int row) {
+    return std::to_string(row) + " Cross " + kProblem + "\n";
+}
+std::string Checked(int row) {
+    return std::to_string(row) + " Check \n";
+}
+
+// Where the limit stands, for a big subject followed by a small one.
+enum class Limit {
+    InTheProfile,      // the copy fails before the pixel rows
+    BeforeTheTrailer,  // the copy holds every pixel row, only its tail is lost
+    FromTheSecondRow,  // the copy is whole; the row pass can write one row only
+};
+
+struct LimitCase {
+    const char* label;
+    Limit limit;
+};
+
+// Named by its label in test listings.
+void PrintTo(const LimitCase& c, std::ostream* os) {
+    *os << c.label;
+}
+
+// A big subject followed by a small one, which every limit here lets through.
+class FileSizeLimit : public ::testing::TestWithParam<LimitCase> {
+  protected:
+    BatchRig rig{Card()};
+    const TiffSpec big = Subject(4000), small = Subject(0, false);
+    const BuiltTiff built = BuildTiff(big);
+    std::map<std::string, std::uint64_t> subjects;
+
+    void SetUp() override {
+        rig.AddSubject("big.tif", built.bytes);
+        rig.AddSubject("small.tif", BuildTiff(small).bytes);
+        subjects = HashFolder(rig.dir.Path() / "subjects");
+    }
+    // The limit that the copy of the big subject meets.
+    rlim_t CopyLimit() const {
+        return GetParam().limit == Limit::InTheProfile
+                   ? built.imageOffset / 2
+                   : built.imageOffset + built.bytesPerRow * big.height;
+    }
+};
+
+class BatchFileSizeLimit : public FileSizeLimit {};
+
+TEST_P(BatchFileSizeLimit, CrossThenTheNextFile) {
+    const ChildResult child = InChild([&] {
+        if (GetParam().limit != Limit::FromTheSecondRow)
+            LimitFileSize(CopyLimit());
+        else
+            rig.host.onStatus = [&](const std::string& status) {
+                if (status == "Saving file: big_eq.tif")
+                    LimitFileSize(built.imageOffset + built.bytesPerRow);
+                else if (status.empty())
+                    LiftFileSizeLimit();
+            };
+        rig.Press();
+        return Outcome(rig) + (rig.state.EqualizationCompleted ? "completed" : "stopped");
+    });
+    EXPECT_EQ(child.out, Crossed(0) + Checked(1) + "completed");
+    EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, BatchFileSizeLimit,
+                         ::testing::Values(LimitCase{"InTheProfile", Limit::InTheProfile},
+                                           LimitCase{"BeforeTheTrailer", Limit::BeforeTheTrailer},
+                                           LimitCase{"FromTheSecondRow", Limit::FromTheSecondRow}),
+                         [](const auto& info) { return std::string(info.param.label); });
+
+// The command line under the same limits, in a child that runs the program:
+// the big file fails, the small one is written, no temporary stays behind.
+class CliFileSizeLimit : public FileSizeLimit {};
+
+TEST_P(CliFileSizeLimit, FailedLineThenTheNextFile) {
+    const rlim_t limit = CopyLimit();
+    const ChildResult run =
+        RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif", "--output",
+                    rig.dir / "out", rig.SubjectPath("big.tif"), rig.SubjectPath("small.tif")},
+                   [limit] { LimitFileSize(limit); });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, std::string("big.tif: failed: ") + kProblem + "\nsmall.tif: written " +
+                           rig.OutputPath("small_eq.tif") + "\n");
+    EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
+    const auto outputs = HashFolder(rig.dir.Path() / "out");
+    EXPECT_EQ(outputs.size(), 1u);
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+}
+
+INSTANTIATE_TEST_SUITE_P(Limits, CliFileSizeLimit,
+                         ::testing::Values(LimitCase{"InTheProfile", Limit::InTheProfile},
+                                           LimitCase{"BeforeTheTrailer", Limit::BeforeTheTrailer}),
+                         [](const auto& info) { return std::string(info.param.label); });
+
+// A small file system that the big subject's copy fills. The window's batch
+// keeps what a failed file left (as after any write error), so the disk
+// stays full for the file after it; brisavane-cli removes its temporary, so
+// the file after it fits again.
+class FullDisk : public ::testing::Test {
+  protected:
+    BatchRig rig{Card()};
+    const TiffSpec small = Subject(0), big = Subject(60000, false);
+    std::unique_ptr<TmpfsMount> disk;
+
+    void SetUp() override {
+        rig.AddSubject("a_small.tif", BuildTiff(small).bytes);
+        rig.AddSubject("b_big.tif", BuildTiff(big).bytes);
+        rig.AddSubject("c_small.tif", BuildTiff(small).bytes);
+        disk = std::make_unique<TmpfsMount>(rig.dir.Path() / "out", "size=16k");
+        if (!disk->Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+    }
+};
+
+TEST_F(FullDisk, WindowBatchCrossesWhatDidNotFit) {
+    const auto subjects = HashFolder(rig.dir.Path() / "subjects");
+    rig.Press();
+    EXPECT_EQ(Outcome(rig), Checked(0) + Crossed(1) + Crossed(2));
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), Expected(small));
+    EXPECT_TRUE(rig.state.EqualizationCompleted);
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+}
+
+TEST_F(FullDisk, CommandLineFailsTheBigFileOnly) {
+    const auto subjects = HashFolder(rig.dir.Path() / "subjects");
+    const ChildResult run = RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif",
+                                        "--output", rig.dir / "out", rig.dir / "subjects"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "a_small.tif: written " + rig.OutputPath("a_small_eq.tif") +
+                           "\nb_big.tif: failed: " + kProblem + "\nc_small.tif: written " +
+                           rig.OutputPath("c_small_eq.tif") + "\n");
+    EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), Expected(small));
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+}
+
+// An output folder that takes no writes at all.
+TEST(ReadOnlyOutput, EveryFileFails) {
+    BatchRig rig(Card());
+    rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
+    const TmpfsMount disk(rig.dir.Path() / "out", "size=64k", true);
+    if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+    rig.Press();
+    EXPECT_EQ(Outcome(rig), Crossed(0) + Crossed(1));
+    const ChildResult run = RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif",
+                                        "--output", rig.dir / "out", rig.dir / "subjects"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out,
+              std::string("a.tif: failed: ") + kProblem + "\nb.tif: failed: " + kProblem + "\n");
+}
+
+// The save dialog (for an output that exists) pointed into a folder that
+// isn't there: that file can't be written, the next one is.
+TEST(UnwritablePlace, CrossThenTheNextFile) {
+    BatchRig rig(Card());
+    rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
+    WriteFile(rig.OutputPath("a_eq.tif"), "an earlier output");
+    rig.host.saveAnswers = {std::make_shared<FolderItem>(rig.dir.Path() / "gone" / "a.tif")};
+    rig.Press();
+    EXPECT_EQ(Outcome(rig), Crossed(0) + Checked(1));
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), Expected(Subject(0, false)));
+    EXPECT_EQ(rig.host.statuses.back(), "");
+}
+}  // namespace
