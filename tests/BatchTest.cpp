@@ -211,28 +211,6 @@ TEST(Batch, CancelEndsTheBatch) {
 // A file size limit that lets the copy's header through but not its pixel
 // rows: every row write fails, and the file ends with the write text. Run in a
 // child process, which alone carries the limit.
-TEST(Batch, WriteFailureGivesCross) {
-    BatchRig rig(Card());
-    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
-    const pid_t pid = ::fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-        ::signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit {};
-        limit.rlim_cur = limit.rlim_max = BuildTiff(Scene()).imageOffset;
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        rig.Press();
-        const bool crossed = rig.host.marks.count(0) && rig.host.marks.at(0) == RowMark::Cross &&
-                             rig.Message(0) == "Problem writing equalized TIFF file." &&
-                             rig.state.EqualizationCompleted;
-        std::_Exit(crossed ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-}
-
 // A file made by libtiff, with an ICC profile and tags of its own: every byte
 // but the pixel rows survives, and libtiff reads back the corrected pixels.
 TEST(Batch, LibtiffFileKeepsProfileAndTags) {

@@ -143,35 +143,4 @@ TEST(RowPass, PreviewOffLeavesTheNewPictureEmpty) {
     for (std::int64_t x = 0; x < 230; ++x) EXPECT_EQ(rig.presult->Pixel(x, 0), RGB(0, 0, 0, 0));
 }
 
-// Four 8-bit samples a pixel make 4-byte pixels, which the program reads in
-// the 16-bit layout of 6 bytes. What such a file yields isn't settled, but no
-// buffer may be left: rows of 7 pixels are 28 bytes, four whole 6-byte
-// pixels and 4 bytes copied as they are.
-TEST(RowPass, FourBytePixelsStayInsideTheRows) {
-    RowPassRig rig;
-    rig.subject = Subject(8, true);
-    rig.subject.samples = 4;
-    rig.subject.iccProfile.clear();
-    rig.white = WhiteCard(8, true);
-    rig.white.samples = 4;
-    FakeBatchHost host;
-    ASSERT_EQ(rig.Run(200.0, host), RowPassEnd::Written);
-    const BuiltTiff subject = BuildTiff(rig.subject), white = BuildTiff(rig.white);
-    std::string expected = subject.bytes;
-    for (std::size_t row = 0; row < 5; ++row) {
-        const std::size_t start = subject.imageOffset + row * 28;
-        for (std::size_t i = start; i + 6 <= start + 28; i += 6) {
-            const double w = SampleAt(white.bytes, i + 2, 16, true);
-            for (std::size_t k = 0; k < 6; k += 2) {
-                std::string sample;
-                PutValue(sample,
-                         ExpectedSample(200.0, w, SampleAt(subject.bytes, i + k, 16, true), 16), 2,
-                         true);
-                expected.replace(i + k, 2, sample);
-            }
-        }
-    }
-    EXPECT_EQ(rig.Output(), expected);
-    EXPECT_EQ(rig.presult->Width(), 7);
-}
 }  // namespace

@@ -76,17 +76,6 @@ TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
     EXPECT_TRUE(dialogs.messages.empty());
 }
 
-TEST_F(WindowWhiteCardTest, MultiStripCardGivesTheStripMessage) {
-    testing_tiff::TiffSpec f;
-    f.rowsPerStrip = 1;
-    testing_tiff::WriteTiff(folder / "strips.tif", f);
-    OpenCard(folder / "strips.tif");
-    EXPECT_EQ(dialogs.messages, std::vector<std::string>{
-                                    "Error: The white card image must be in one contiguous strip"});
-    EXPECT_EQ(State().Tiffb, nullptr);
-    EXPECT_FALSE(State().WhiteOpened);
-}
-
 // Not compared with anything: a picture of the working window for a reviewer.
 TEST_F(WindowWhiteCardTest, GrabOfTheWindowAfterOpeningTheSamples) {
     const std::filesystem::path samples = BRISAVANE_SOURCE_DIR "/samples";
