@@ -12,11 +12,11 @@
 #include "PictureCanvas.h"
 
 namespace {
-QWidget* MakeWidget(const ControlSpec& spec) {
-    const QString text = QString::fromUtf8(spec.text ? spec.text : "");
+QWidget* MakeWidget(const ControlSpec& control) {
+    const QString text = QString::fromUtf8(control.text ? control.text : "");
     const Qt::Alignment horizontal =
-        spec.flags & ControlFlag::RightAligned ? Qt::AlignRight : Qt::AlignLeft;
-    switch (spec.kind) {
+        control.flags & ControlFlag::RightAligned ? Qt::AlignRight : Qt::AlignLeft;
+    switch (control.kind) {
         case ControlKind::PushButton:
             return new QPushButton(text);
         case ControlKind::GroupBox:
@@ -27,7 +27,7 @@ QWidget* MakeWidget(const ControlSpec& spec) {
             return new PictureCanvas();
         case ControlKind::Label: {
             auto* label = new QLabel(text);
-            const bool multiline = spec.flags & ControlFlag::Multiline;
+            const bool multiline = control.flags & ControlFlag::Multiline;
             label->setWordWrap(multiline);
             label->setAlignment(horizontal | (multiline ? Qt::AlignTop : Qt::AlignVCenter));
             return label;
@@ -39,7 +39,7 @@ QWidget* MakeWidget(const ControlSpec& spec) {
         }
         case ControlKind::CheckBox: {
             auto* box = new QCheckBox(text);
-            box->setChecked(spec.flags & ControlFlag::Ticked);
+            box->setChecked(control.flags & ControlFlag::Ticked);
             return box;
         }
         case ControlKind::ProgressBar: {
@@ -57,18 +57,19 @@ QWidget* MakeWidget(const ControlSpec& spec) {
 void CreateControls(QWidget* client, std::span<const ControlSpec> table) {
     QHash<QString, QWidget*> made;
     const QFont plain = client->font();
-    for (const ControlSpec& spec : table) {
-        QWidget* widget = MakeWidget(spec);
-        QWidget* parent = spec.group ? made.value(spec.group, client) : client;
+    for (const ControlSpec& control : table) {
+        QWidget* widget = MakeWidget(control);
+        QWidget* parent = control.group ? made.value(control.group, client) : client;
         const QPoint origin = parent == client ? QPoint(0, 0) : parent->pos();
         widget->setParent(parent);
-        widget->setObjectName(spec.name);
-        widget->setGeometry(spec.left - origin.x(), spec.top - origin.y(), spec.width, spec.height);
+        widget->setObjectName(control.name);
+        widget->setGeometry(control.left - origin.x(), control.top - origin.y(), control.width,
+                            control.height);
         QFont font = plain;
-        font.setBold(spec.flags & ControlFlag::Bold);
+        font.setBold(control.flags & ControlFlag::Bold);
         widget->setFont(font);
-        widget->setEnabled(!(spec.flags & ControlFlag::Disabled));
-        widget->setVisible(!(spec.flags & ControlFlag::Hidden));
-        made.insert(spec.name, widget);
+        widget->setEnabled(!(control.flags & ControlFlag::Disabled));
+        widget->setVisible(!(control.flags & ControlFlag::Hidden));
+        made.insert(control.name, widget);
     }
 }

@@ -53,9 +53,9 @@ TiffSpec Located(std::uint32_t width, std::uint32_t height, int bits, bool littl
     return s;
 }
 
-std::shared_ptr<Picture> Preview(const TempFolder& dir, const TiffSpec& spec, std::int64_t room) {
+std::shared_ptr<Picture> Preview(const TempFolder& dir, const TiffSpec& image, std::int64_t room) {
     const std::string path = dir / "image.tif";
-    WriteFile(path, BuildTiff(spec).bytes);
+    WriteFile(path, BuildTiff(image).bytes);
     const auto tiff = OpenedTiff(path);
     return tiff ? tiff->MakeScaledPictureDisk(room, room) : nullptr;
 }
@@ -150,9 +150,9 @@ TEST(ScaledPicture, StreamEndsBehindTheLastRow) {
     for (const Case c : {Case{3, 5, 8, 230}, Case{40, 30, 8, 10}, Case{40, 31, 16, 10}}) {
         SCOPED_TRACE(std::to_string(c.height) + " rows in " + std::to_string(c.room));
         TempFolder dir;
-        TiffSpec spec = Located(c.width, c.height, c.bits, false);
-        spec.trailer = "after the rows";
-        const BuiltTiff built = BuildTiff(spec);
+        TiffSpec image = Located(c.width, c.height, c.bits, false);
+        image.trailer = "after the rows";
+        const BuiltTiff built = BuildTiff(image);
         WriteFile(dir / "image.tif", built.bytes);
         const auto tiff = OpenedTiff(dir / "image.tif");
         ASSERT_TRUE(tiff);

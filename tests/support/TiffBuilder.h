@@ -130,8 +130,8 @@ inline void WriteFile(const std::string& path, const std::string& bytes) {
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-inline void WriteTiff(const std::string& path, const TiffSpec& spec) {
-    WriteFile(path, BuildTiff(spec).bytes);
+inline void WriteTiff(const std::string& path, const TiffSpec& image) {
+    WriteFile(path, BuildTiff(image).bytes);
 }
 
 inline std::string ReadFile(const std::string& path) {
