@@ -8,12 +8,15 @@
 #include "MemoryBlock.h"
 
 namespace {
-constexpr std::size_t kBufferSize = 1 << 16;
+// Large enough that a row of a big image costs no more than one system call
+// for each stream; small enough that three streams stay well inside the memory
+// a batch is allowed.
+constexpr std::size_t kBufferSize = 1 << 18;
 }  // namespace
 
 BinaryStream::BinaryStream(std::FILE* file, std::filesystem::path path)
-    : file_(file), path_(std::move(path)) {
-    std::setvbuf(file_, nullptr, _IOFBF, kBufferSize);
+    : buffer_(new char[kBufferSize]), file_(file), path_(std::move(path)) {
+    std::setvbuf(file_, buffer_.get(), _IOFBF, kBufferSize);
 }
 
 BinaryStream::~BinaryStream() {

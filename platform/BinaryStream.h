@@ -61,6 +61,9 @@ class BinaryStream {
     void WriteUnsigned(std::size_t width, std::uint64_t value);
     void NoteError();
 
+    // The C stream's buffer, ours rather than the library's: given no buffer,
+    // the C library ignores the size asked for and reads 4 KiB at a time.
+    std::unique_ptr<char[]> buffer_;
     std::FILE* file_;
     std::filesystem::path path_;
     int lastError_ = 0;
