@@ -32,7 +32,8 @@ void Batch::BtnProcess_Action() {
 void Batch::Run() {
     state_.fequal = host_.UserDialogs().SelectFolder("Select the folder for the equalized images");
     if (!state_.fequal) return;
-    const TiffFile& white = Deref(state_.Tiffb);
+    white_ = state_.Tiffb;
+    const TiffFile& white = Deref(white_);
     const double targetLevel =
         TargetLevel(white.MaxLuminance, white.MinLuminance, state_.AmountToApply);
     host_.DisableProcess();
@@ -50,7 +51,7 @@ Batch::Next Batch::ProcessRow(std::int64_t row, double targetLevel) {
     if (!subject.Exists() || tiff.OpenTIFF()) return Next::Row;
     state_.Tiffi = tiff_;
 
-    const std::string refusal = SubjectRefusalText(Deref(state_.Tiffb), tiff);
+    const std::string refusal = SubjectRefusalText(*white_, tiff);
     if (!refusal.empty()) {
         host_.SetRowPicture(row, RowMark::Cross);
         state_.SetErrorMessage(row, refusal);
@@ -96,8 +97,7 @@ std::shared_ptr<FolderItem> Batch::OutputFor(const FolderItem& subject) {
 Batch::Next Batch::Equalize(std::int64_t row, const FolderItem& output, double targetLevel) {
     const auto stream = BinaryStream::Open(output, true);
     if (stream) {
-        const TiffFile& white = Deref(state_.Tiffb);
-        const RowPassFiles files{*tiff_, Deref(white.imagefile), white.ImageOffset, *stream,
+        const RowPassFiles files{*tiff_, Deref(white_->imagefile), white_->ImageOffset, *stream,
                                  output.Name()};
         const RowPassEnd end = RunRowPass(files, targetLevel, host_, state_.presult);
         if (end == RowPassEnd::Cancelled) return Next::Stop;

@@ -34,4 +34,9 @@ class Batch {
     WindowState& state_;
     BatchHost& host_;
     std::shared_ptr<TiffFile> tiff_;  // the one TiffFile of this press
+    // The white card the target level came from. The window stays live while
+    // the batch runs, and a white card opened meanwhile must not take this
+    // one's open stream away from the file in work, nor change the card the
+    // later files are measured against.
+    std::shared_ptr<TiffFile> white_;
 };

@@ -208,6 +208,20 @@ TEST(Batch, CancelEndsTheBatch) {
     EXPECT_EQ(rig.host.statuses.back(), "");
 }
 
+// Another white card opened while the batch runs (the window stays live): the
+// batch keeps to the card its target level came from, for the file in work
+// and for the files after it.
+TEST(Batch, KeepsItsWhiteCardWhenAnotherIsOpened) {
+    BatchRig rig(Card(8));
+    for (const char* name : {"a.tif", "b.tif"}) rig.AddSubject(name, BuildTiff(Scene(8)).bytes);
+    rig.host.onPump = [&] { rig.state.Tiffb.reset(); };
+    rig.Press();
+    const std::string corrected = ExpectedOutput(Scene(8), Card(8), FullTarget(Card(8)));
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), corrected);
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), corrected);
+    EXPECT_TRUE(rig.host.messages.empty());
+}
+
 // A file size limit that lets the copy's header through but not its pixel
 // rows: every row write fails, and the file ends with the write text. Run in a
 // child process, which alone carries the limit.

@@ -55,6 +55,8 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     int cancelAfterPumps = -1;
     int pumps = 0;
     int cancelQuestions = 0;
+    // Called at each pump, for a test that acts as the user would mid-file.
+    std::function<void()> onPump;
 
     std::int64_t ListCount() override { return static_cast<std::int64_t>(rows.size()); }
     bool Ticked(std::int64_t row) override { return rows.at(static_cast<std::size_t>(row)).ticked; }
@@ -94,7 +96,10 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
         ++cancelQuestions;
         return cancelAfterPumps >= 0 && pumps >= cancelAfterPumps;
     }
-    void DoEvents() override { ++pumps; }
+    void DoEvents() override {
+        ++pumps;
+        if (onPump) onPump();
+    }
 
     std::string folderPrompt;
 };
