@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstring>
 
+#include "EightBitVectorLoop.h"
+
 // Clang (which the fuzz targets are built with) can't clone templates for
 // several processors; it builds the one plain version.
 #if defined(__clang__)
@@ -75,9 +77,14 @@ void CorrectRow(const SampleFormat& format, double targetLevel, const std::uint8
                 bool subjectLittleEndian, const std::uint8_t* white, bool whiteLittleEndian,
                 std::uint8_t* out, std::size_t rowLength) {
     const std::size_t pixels = rowLength / format.step;
-    const PixelLoop loop = ChooseLoop(format.width == 1, subjectLittleEndian != kHostLittleEndian,
+    const bool eightBit = format.width == 1;
+    const std::size_t done = eightBit && EightBitVectorLoopAvailable()
+                                 ? CorrectEightBitBlocks(targetLevel, subject, white, out, pixels)
+                                 : 0;
+    const std::size_t skip = done * format.step;
+    const PixelLoop loop = ChooseLoop(eightBit, subjectLittleEndian != kHostLittleEndian,
                                       whiteLittleEndian != kHostLittleEndian);
-    loop(targetLevel, format.ceiling, subject, white, out, pixels);
+    loop(targetLevel, format.ceiling, subject + skip, white + skip, out + skip, pixels - done);
     const std::size_t whole = pixels * format.step;
     if (whole < rowLength) std::memcpy(out + whole, subject + whole, rowLength - whole);
 }

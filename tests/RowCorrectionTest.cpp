@@ -75,6 +75,35 @@ INSTANTIATE_TEST_SUITE_P(
                        ::testing::Values(Orders{true, true}, Orders{true, false},
                                          Orders{false, true}, Orders{false, false})));
 
+// Every 8-bit white green against every sample, under targets between whole
+// numbers, at and above the ceiling and far beyond, in a row that ends in a
+// few pixels short of a vector's worth: each output byte is the formula's. The
+// buffers are exactly as long as the row, so a read past it shows under the
+// address sanitizer.
+TEST(RowCorrection, EightBitRowIsThePixelFormulaForEveryWhiteAndSample) {
+    const std::size_t pixels = 256 * 256 + 5;
+    std::vector<std::uint8_t> subject(3 * pixels), white(3 * pixels);
+    for (std::size_t p = 0; p < pixels; ++p) {
+        const auto sample = static_cast<std::uint8_t>(p % 256);
+        subject[3 * p] = sample;
+        subject[3 * p + 1] = static_cast<std::uint8_t>(255 - sample);
+        subject[3 * p + 2] = static_cast<std::uint8_t>(sample / 2);
+        white[3 * p] = 255;
+        white[3 * p + 1] = static_cast<std::uint8_t>(p / 256 % 256);
+    }
+    const SampleFormat format = SampleFormat::For(3);
+    for (const double target :
+         {0.0, 4.9e-324, 0.5, 99.99999999999999, 150.0, 254.99999999999997, 255.0, 256.0, 2550.0,
+          1e300}) {
+        std::vector<std::uint8_t> expected(subject.size()), out(subject.size());
+        for (std::size_t i = 0; i < subject.size(); i += 3)
+            CorrectPixel(format, target, &subject[i], true, &white[i], true, &expected[i]);
+        CorrectRow(format, target, subject.data(), true, white.data(), true, out.data(),
+                   out.size());
+        ASSERT_EQ(out, expected) << "target " << target;
+    }
+}
+
 struct WorkedPixel {
     int bits;
     double target;
