@@ -39,6 +39,27 @@ Run Execute(const std::vector<std::string>& argv) {
     return {seconds, usage.ru_maxrss};
 }
 
+Job Program(std::vector<std::string> argv, std::function<void()> prepare) {
+    return [argv = std::move(argv), prepare = std::move(prepare)] {
+        prepare();
+        return Execute(argv);
+    };
+}
+
+std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs) {
+    for (const Job& job : jobs) job();
+    std::vector<std::vector<double>> times(jobs.size());
+    std::vector<Run> result(jobs.size(), Run{0, 0});
+    for (int round = 0; round < runs; ++round)
+        for (std::size_t k = 0; k < jobs.size(); ++k) {
+            const Run r = jobs[k]();
+            times[k].push_back(r.seconds);
+            result[k].peakKiB = std::max(result[k].peakKiB, r.peakKiB);
+        }
+    for (std::size_t k = 0; k < jobs.size(); ++k) result[k].seconds = Median(times[k]);
+    return result;
+}
+
 double Median(std::vector<double> seconds) {
     std::sort(seconds.begin(), seconds.end());
     return seconds[seconds.size() / 2];
@@ -103,9 +124,19 @@ void WriteSubject(const fs::path& path, int bits) {
     });
 }
 
+void Warm(const std::vector<fs::path>& files) {
+    std::vector<char> chunk(1 << 20);
+    for (const fs::path& file : files) {
+        std::ifstream in(file, std::ios::binary);
+        while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size()))) {
+        }
+    }
+}
+
 void Empty(const fs::path& folder) {
     fs::remove_all(folder);
     fs::create_directories(folder);
+    ::sync();
 }
 
 int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {

@@ -22,11 +22,17 @@ struct Run {
 // when the program fails.
 Run Execute(const std::vector<std::string>& argv);
 
-// Median wall time and largest peak memory of several runs, after one run
-// that warms the page cache; before each run `prepare` clears what the last
-// one left.
-template <class Prepare>
-Run Measure(const std::vector<std::string>& argv, int runs, Prepare prepare);
+// One thing to time, run to its end: its wall time and peak memory.
+using Job = std::function<Run()>;
+
+// A program run to its end after `prepare` has cleared what the last run left.
+Job Program(
+    std::vector<std::string> argv, std::function<void()> prepare = [] {});
+
+// Runs every job once per round, in turn, after one round that warms the page
+// cache, so that the machine's ups and downs fall on all of them alike and
+// their ratios hold. Per job: the median wall time and the largest peak.
+std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs);
 
 // The median of the given times.
 double Median(std::vector<double> seconds);
@@ -36,7 +42,13 @@ double Median(std::vector<double> seconds);
 void WriteWhiteCard(const std::filesystem::path& path, int bits);
 void WriteSubject(const std::filesystem::path& path, int bits);
 
-// An empty folder, made anew.
+// Reads the files through once, so that they are in the page cache: a machine
+// that hands idle pages back would otherwise make a run read from the disk.
+void Warm(const std::vector<std::filesystem::path>& files);
+
+// An empty folder, made anew. The removal is written through to the disk at
+// once: left pending, it made later runs' copies wait on the file system now
+// and then, up to ten times as long as a copy takes.
 void Empty(const std::filesystem::path& folder);
 
 // One benchmark at one sample depth, its files in dir.
@@ -46,20 +58,5 @@ using DepthBench = std::function<void(const std::string& cli, const std::filesys
 // Takes [brisavane-cli] [runs] from the command line and runs the benchmark in
 // 16-bit and 8-bit in a temporary folder, removed at the end; the exit status.
 int RunInBothDepths(int argc, char** argv, const DepthBench& bench);
-
-template <class Prepare>
-Run Measure(const std::vector<std::string>& argv, int runs, Prepare prepare) {
-    std::vector<double> times;
-    long peak = 0;
-    prepare();
-    Execute(argv);
-    for (int k = 0; k < runs; ++k) {
-        prepare();
-        const Run r = Execute(argv);
-        times.push_back(r.seconds);
-        if (r.peakKiB > peak) peak = r.peakKiB;
-    }
-    return {Median(times), peak};
-}
 
 }  // namespace bench

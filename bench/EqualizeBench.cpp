@@ -3,7 +3,8 @@
 //
 //     build/bench/brisavane-bench [build/cli/brisavane-cli] [runs]
 //
-// Every figure is the median of the runs, with the page cache warm.
+// Every figure is the median of the runs, with the page cache warm; the
+// programs take turns, so that each ratio compares runs made side by side.
 
 #include <algorithm>
 #include <cstdio>
@@ -32,7 +33,14 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     WriteSubject(subject, bits);
     for (int k = 1; k <= kExtraSubjects; ++k)
         fs::copy_file(subject, many / ("subject" + std::to_string(k) + ".tif"));
-    const auto clear = [&] { Empty(out); };
+    std::vector<fs::path> inputs = {white};
+    for (const auto& entry : fs::directory_iterator(many)) inputs.push_back(entry.path());
+    const auto prepare = [&](std::vector<fs::path> files) {
+        return [&out, files] {
+            Empty(out);
+            Warm(files);
+        };
+    };
     const double megabytes = static_cast<double>(fs::file_size(subject)) / 1e6;
     const std::vector<std::string> equalize = {cli,        "equalize",  "--white", white.string(),
                                                "--output", out.string()};
@@ -42,11 +50,14 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
         return argv;
     };
 
-    const Run cp = Measure({"/bin/cp", subject.string(), (out / "copy.tif").string()}, runs, clear);
-    const Run one = Measure(with(subject), runs, clear);
-    const Run all = Measure(with(many), runs, clear);
-    const Run scan = Measure({cli, "analyze", white.string()}, runs, [] {});
-    const Run read = Measure({"/bin/cat", white.string()}, runs, [] {});
+    const std::vector<Run> runsInTurn = MeasureInTurn(
+        {Program({"/bin/cp", subject.string(), (out / "copy.tif").string()}, prepare({subject})),
+         Program(with(subject), prepare({white, subject})), Program(with(many), prepare(inputs)),
+         Program({cli, "analyze", white.string()}, prepare({white})),
+         Program({"/bin/cat", white.string()}, prepare({white}))},
+        runs);
+    const Run &cp = runsInTurn[0], &one = runsInTurn[1], &all = runsInTurn[2],
+              &scan = runsInTurn[3], &read = runsInTurn[4];
     const double each = (all.seconds - one.seconds) / kExtraSubjects;
 
     std::printf("%d-bit, %u x %u, %.1f MB a file, median of %d runs\n", bits, kWidth, kHeight,

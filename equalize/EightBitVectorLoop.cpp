@@ -20,8 +20,10 @@ constexpr std::size_t kBlock = 8;  // pixels, one gain each in a vector of 8 dou
 BRISAVANE_AVX512 inline __m512d WhiteGreens(const std::uint8_t* white) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(white));
     const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(white + 16));
-    const __m128i fromLow = _mm_setr_epi8(1, 4, 7, 10, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-    const __m128i fromHigh = _mm_setr_epi8(-1, -1, -1, -1, -1, 0, 3, 6, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m128i fromLow =
+        _mm_setr_epi8(1, 4, 7, 10, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m128i fromHigh =
+        _mm_setr_epi8(-1, -1, -1, -1, -1, 0, 3, 6, -1, -1, -1, -1, -1, -1, -1, -1);
     const __m128i greens =
         _mm_or_si128(_mm_shuffle_epi8(low, fromLow), _mm_shuffle_epi8(high, fromHigh));
     return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(greens));
@@ -54,10 +56,9 @@ bool EightBitVectorLoopAvailable() {
 // 1 or more to the ceiling and leaves 0 at 0, but it keeps the infinite gain
 // of a white sample of 0 from making infinity x 0, so no product is without a
 // value and none needs a second test.
-BRISAVANE_AVX512 std::size_t CorrectEightBitBlocks(double targetLevel,
-                                                  const std::uint8_t* subject,
-                                                  const std::uint8_t* white, std::uint8_t* out,
-                                                  std::size_t pixels) {
+BRISAVANE_AVX512 std::size_t CorrectEightBitBlocks(double targetLevel, const std::uint8_t* subject,
+                                                   const std::uint8_t* white, std::uint8_t* out,
+                                                   std::size_t pixels) {
     const __m512d target = _mm512_set1_pd(targetLevel);
     const __m512d one = _mm512_set1_pd(1.0);
     const __m512d ceiling = _mm512_set1_pd(255.0);
@@ -82,7 +83,9 @@ BRISAVANE_AVX512 std::size_t CorrectEightBitBlocks(double targetLevel,
 
 #else
 
-bool EightBitVectorLoopAvailable() { return false; }
+bool EightBitVectorLoopAvailable() {
+    return false;
+}
 
 std::size_t CorrectEightBitBlocks(double, const std::uint8_t*, const std::uint8_t*, std::uint8_t*,
                                   std::size_t) {

@@ -17,5 +17,4 @@ bool EightBitVectorLoopAvailable();
 // output byte is the one the per-pixel formula gives. Reads and writes nothing
 // past the returned number of pixels.
 std::size_t CorrectEightBitBlocks(double targetLevel, const std::uint8_t* subject,
-                                  const std::uint8_t* white, std::uint8_t* out,
-                                  std::size_t pixels);
+                                  const std::uint8_t* white, std::uint8_t* out, std::size_t pixels);

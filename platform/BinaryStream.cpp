@@ -8,10 +8,10 @@
 #include "MemoryBlock.h"
 
 namespace {
-// Large enough that a row of a big image costs no more than one system call
-// for each stream; small enough that three streams stay well inside the memory
-// a batch is allowed.
-constexpr std::size_t kBufferSize = 1 << 18;
+// A few rows of a big image per system call. Larger buffers gain nothing on
+// the row pass and cost the previews, since the C library fills the whole
+// buffer at each jump over the rows they leave out.
+constexpr std::size_t kBufferSize = 1 << 16;
 }  // namespace
 
 BinaryStream::BinaryStream(std::FILE* file, std::filesystem::path path)

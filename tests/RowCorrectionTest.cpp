@@ -92,9 +92,8 @@ TEST(RowCorrection, EightBitRowIsThePixelFormulaForEveryWhiteAndSample) {
         white[3 * p + 1] = static_cast<std::uint8_t>(p / 256 % 256);
     }
     const SampleFormat format = SampleFormat::For(3);
-    for (const double target :
-         {0.0, 4.9e-324, 0.5, 99.99999999999999, 150.0, 254.99999999999997, 255.0, 256.0, 2550.0,
-          1e300}) {
+    for (const double target : {0.0, 4.9e-324, 0.5, 99.99999999999999, 150.0, 254.99999999999997,
+                                255.0, 256.0, 2550.0, 1e300}) {
         std::vector<std::uint8_t> expected(subject.size()), out(subject.size());
         for (std::size_t i = 0; i < subject.size(); i += 3)
             CorrectPixel(format, target, &subject[i], true, &white[i], true, &expected[i]);
