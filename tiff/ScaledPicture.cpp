@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <optional>
+
 #include "Exceptions.h"
 #include "PreviewGeometry.h"
 #include "Samples.h"
@@ -43,17 +46,26 @@ std::shared_ptr<Picture> TiffFile::MakeScaledPictureDisk(std::int64_t width, std
     row.LittleEndian = stream.LittleEndian;
     const std::int64_t first = eightBit ? 1 : 0;
     std::int64_t y = 0;
+    // Rows that aren't chosen are stepped over rather than read, and a run of
+    // them costs one jump, not one per row: a preview of a large image then
+    // costs a few hundred row reads and as many jumps instead of a pass over
+    // the whole file. Each step is the one a row-by-row walk would take, so the
+    // rows read and where the stream ends are the same.
+    std::optional<std::int64_t> owed;
+    const auto step = [&](std::int64_t from) {
+        return std::max<std::int64_t>(WrappingAdd(from, BytesPerRow), 0);
+    };
     for (std::int64_t counter = first; counter < ImageHeight + first; ++counter) {
-        // A row that isn't chosen is stepped over rather than read: the stream
-        // stays in step all the same, and a preview of a large image costs a
-        // few hundred row reads instead of a pass over the whole file.
         if (counter % g.rowStep != 0) {
-            stream.SetPosition(WrappingAdd(stream.Position(), BytesPerRow));
+            owed = step(owed ? *owed : stream.Position());
             continue;
         }
+        if (owed) stream.SetPosition(*owed);
+        owed.reset();
         stream.Read(row, row.Size());
         DecimateRow(row, eightBit, g, *picture, y);
         ++y;
     }
+    if (owed) stream.SetPosition(*owed);
     return picture;
 }
