@@ -77,6 +77,7 @@ Job WindowJob(const fs::path& white, const fs::path& subjects, const fs::path& o
               std::vector<double>& process) {
     return [=, &process] {
         Empty(out);
+        Warm({white, subjects / "subject0.tif"});
         const WindowRun r = RunWindow(white, subjects, out, previews);
         process.push_back(r.process);
         return Run{r.whole, 0};
@@ -95,7 +96,10 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     const std::vector<Run> inTurn =
         MeasureInTurn({Program({cli, "equalize", "--white", white.string(), "--output",
                                 out.string(), (subjects / "subject0.tif").string()},
-                               [&] { Empty(out); }),
+                               [&] {
+                                   Empty(out);
+                                   Warm({white, subjects / "subject0.tif"});
+                               }),
                        WindowJob(white, subjects, out, true, shownProcess),
                        WindowJob(white, subjects, out, false, bareProcess)},
                       runs);
