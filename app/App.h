@@ -7,6 +7,7 @@
 #include <string>
 
 #include "MenuBar1.h"
+#include "Version.h"
 
 class WinEqualize;
 
@@ -18,10 +19,10 @@ class App : public QApplication {
     App(int& argc, char** argv);
     ~App() override;
 
-    static constexpr int MajorVersion = 3;
-    static constexpr int MinorVersion = 2;
-    static constexpr int BugVersion = 2;
-    static std::string Version() { return "3.2.2"; }
+    static constexpr int MajorVersion = kBrisavaneVersionMajor;
+    static constexpr int MinorVersion = kBrisavaneVersionMinor;
+    static constexpr int BugVersion = kBrisavaneVersionPatch;
+    static std::string Version() { return kBrisavaneVersion; }
     static std::string Copyright() { return "\u00a9 The Brisavane developers"; }
 
     // Units of 1/60 s since the program started.
