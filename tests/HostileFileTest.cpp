@@ -130,7 +130,7 @@ TEST_P(HostileSubject, IsRefusedBeforeAnyRow) {
     EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Cross}}));
     EXPECT_EQ(rig.Message(0), kSubjectIncomplete);
     EXPECT_TRUE(rig.host.statuses.empty());
-    EXPECT_EQ(rig.host.progress.maximum, -1);
+    EXPECT_TRUE(rig.host.progress.maxima.empty());
     EXPECT_FALSE(rig.state.psubject);
     EXPECT_FALSE(rig.state.presult);
     EXPECT_TRUE(HashFolder(rig.dir.Path() / "out").empty());

@@ -12,19 +12,7 @@
 
 #include "BatchHost.h"
 #include "FolderItem.h"
-
-class RecordingProgress final : public Progress {
-  public:
-    void SetMaximum(std::int64_t maximum) override { this->maximum = maximum; }
-    void SetValue(double value) override { values.push_back(value); }
-    void SetVisible(bool visible) override { this->visible = visible; }
-    void Refresh() override { ++refreshes; }
-
-    std::int64_t maximum = -1;
-    std::vector<double> values;
-    bool visible = false;
-    int refreshes = 0;
-};
+#include "RecordingProgress.h"
 
 struct ListRow {
     bool ticked;
