@@ -17,13 +17,6 @@ TEST(TargetLevel, FollowsTheWorkedExamples) {
     EXPECT_EQ(TargetLevel(180.0, 180.0, 7.5), 180.0);
 }
 
-TEST(Gain, NeverBelowOne) {
-    EXPECT_EQ(Gain(150.0, 130.0), 1.1538461538461537);
-    EXPECT_EQ(Gain(150.0, 180.0), 1.0);
-    EXPECT_EQ(Gain(150.0, 0.0), std::numeric_limits<double>::infinity());
-    EXPECT_EQ(Gain(0.0, 0.0), 1.0);
-}
-
 struct Orders {
     bool subject, white;  // little-endian
 };
