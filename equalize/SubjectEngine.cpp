@@ -48,6 +48,7 @@ class SubjectRoad {
     SubjectEnd WriteUnderFinalName(const FolderItem& subject, const FolderItem& output);
     SubjectEnd WriteBeside(const FolderItem& subject, const FolderItem& output);
     SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName);
+    BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
     bool Publish(const FolderItem& copy, const FolderItem& output) const;
     void EndRow();
 
@@ -149,12 +150,8 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& subject, const FolderItem&
 
 SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outputName) {
     const auto stream = BinaryStream::Open(copy, true);
-    BinaryStream* white = settings_.whiteRows;
     std::shared_ptr<BinaryStream> ownWhite;
-    if (!white && (ownWhite = BinaryStream::Open(Deref(settings_.white.fi)))) {
-        ownWhite->LittleEndian = settings_.white.LittleEndian;
-        white = ownWhite.get();
-    }
+    BinaryStream* white = WhiteRows(ownWhite);
     if (!stream || !white) {
         EndRow();
         return SubjectEnd::NoStream;
@@ -167,6 +164,14 @@ SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outpu
     if (end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
     EndRow();
     return end == RowPassEnd::Written ? SubjectEnd::Written : SubjectEnd::WriteFailed;
+}
+
+// The white card's rows: the stream the run shares, or one of this subject's own.
+BinaryStream* SubjectRoad::WhiteRows(std::shared_ptr<BinaryStream>& own) const {
+    if (settings_.whiteRows) return settings_.whiteRows;
+    own = BinaryStream::Open(Deref(settings_.white.fi));
+    if (own) own->LittleEndian = settings_.white.LittleEndian;
+    return own.get();
 }
 
 // Gives the finished copy its name in one step. Without overwrite an output
