@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "TiffFile.h"
+#include "TiffOpening.h"
 
 namespace {
 std::filesystem::path& FolderSlot() {
@@ -32,10 +32,10 @@ const std::filesystem::path& ResourcePictures::Folder() {
 
 std::shared_ptr<Picture> ResourcePictures::OpenFromApp(const std::string& fileName) {
     TiffFile file;
-    file.fi = std::make_shared<FolderItem>(Folder() / fileName);
-    if (!file.fi->Exists() || file.fi->Directory()) return nullptr;
     try {
-        if (file.OpenTIFF() || !file.PixelDataWithinFile()) return nullptr;
+        if (OpenTiffFile(file, std::make_shared<FolderItem>(Folder() / fileName)) !=
+            TiffOpening::Ready)
+            return nullptr;
         auto picture = file.MakeScaledPictureDisk(file.ImageWidth, file.ImageHeight);
         file.imagefile->Close();
         return picture;

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "PixelLayout.h"
+
 namespace fs = std::filesystem;
 
 namespace bench {
@@ -94,17 +96,14 @@ void WriteTiff(const fs::path& path, int bits, Sample sample) {
     }
     Put(out, 0, 4);
     for (int k = 0; k < 3; ++k) Put(out, static_cast<std::uint32_t>(bits), 2);
-    const double peak = bits == 8 ? 255.0 : 65535.0;
-    std::vector<char> row(rowBytes);
+    const PixelLayout layout = PixelLayout::For(3 * bytesPerSample, true, rowBytes);
+    std::vector<std::uint8_t> row(rowBytes);
     for (std::uint32_t y = 0; y < kHeight; ++y) {
         for (std::uint32_t x = 0; x < kWidth; ++x)
-            for (std::uint32_t c = 0; c < 3; ++c) {
-                const auto v = static_cast<std::uint32_t>(sample(x, y, c) * peak);
-                for (std::uint32_t b = 0; b < bytesPerSample; ++b)
-                    row[(x * 3 + c) * bytesPerSample + b] =
-                        static_cast<char>((v >> (8 * b)) & 255u);
-            }
-        out.write(row.data(), rowBytes);
+            for (std::uint32_t c = 0; c < 3; ++c)
+                layout.Store(row.data() + x * layout.pixelBytes, c,
+                             static_cast<std::uint16_t>(sample(x, y, c) * layout.Ceiling()));
+        out.write(reinterpret_cast<const char*>(row.data()), rowBytes);
     }
 }
 

@@ -6,7 +6,7 @@
 
 #include "ExitCodes.h"
 #include "NumberText.h"
-#include "TiffFile.h"
+#include "TiffOpening.h"
 
 namespace {
 constexpr const char* kUsage = "usage: brisavane-cli info FILE [--profile OUT]\n";
@@ -127,12 +127,12 @@ int RunInfo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
     }
     try {
         TiffFile tiff;
-        tiff.fi = ItemFor(parsed->file);
-        if (!tiff.fi || !tiff.fi->Exists() || tiff.fi->Directory()) {
+        const TiffOpening opening = OpenTiffPath(tiff, parsed->file);
+        if (opening == TiffOpening::Missing || opening == TiffOpening::Unopenable) {
             err << "Error: The file can't be opened: " << parsed->file << "\n";
             return kExitUnusable;
         }
-        if (tiff.OpenTIFF()) {
+        if (opening == TiffOpening::Refused) {
             err << tiff.errstr << "\n";
             return kExitUnusable;
         }

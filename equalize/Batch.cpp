@@ -1,20 +1,7 @@
 #include "Batch.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "Correction.h"
 #include "Exceptions.h"
-#include "OutputFileName.h"
-#include "RowPass.h"
-#include "SubjectTest.h"
-
-namespace {
-bool SameFile(const FolderItem& a, const FolderItem& b) {
-    std::error_code ec;
-    return std::filesystem::equivalent(a.Path(), b.Path(), ec) && !ec;
-}
-}  // namespace
 
 // Only the two named failures are answered here; anything else goes on to the
 // caller. Either one ends the batch where it arose, leaving every mark, the
@@ -31,92 +18,75 @@ void Batch::BtnProcess_Action() {
 
 void Batch::Run() {
     state_.fequal = host_.UserDialogs().SelectFolder("Select the folder for the equalized images");
-    if (!state_.fequal) return;
+    const std::shared_ptr<FolderItem> folder = state_.fequal;
+    if (!folder) return;
     white_ = state_.Tiffb;
     const TiffFile& white = Deref(white_);
     const double targetLevel =
         TargetLevel(white.MaxLuminance, white.MinLuminance, state_.AmountToApply);
     host_.DisableProcess();
     tiff_ = std::make_shared<TiffFile>();
+    const SubjectSettings settings{white,
+                                   &Deref(white.imagefile),
+                                   targetLevel,
+                                   *folder,
+                                   OutputPlacement::UnderFinalName,
+                                   false,
+                                   0,
+                                   this};
     for (std::int64_t row = 0; row <= host_.ListCount() - 1; ++row)
-        if (ProcessRow(row, targetLevel) == Next::Stop) break;
+        if (ProcessRow(row, settings) == Next::Stop) break;
     state_.EqualizationCompleted = true;
 }
 
-Batch::Next Batch::ProcessRow(std::int64_t row, double targetLevel) {
+Batch::Next Batch::ProcessRow(std::int64_t row, const SubjectSettings& settings) {
     if (!host_.Ticked(row)) return Next::Row;
     TiffFile& tiff = *tiff_;
     tiff.fi = GetFolderItem(Deref(state_.fsubject).NativePath() + "/" + host_.FileName(row));
-    const FolderItem& subject = Deref(tiff.fi);
-    if (!subject.Exists() || tiff.OpenTIFF()) return Next::Row;
-    state_.Tiffi = tiff_;
-
-    const std::string refusal = SubjectRefusalText(*white_, tiff);
-    if (!refusal.empty()) {
-        host_.SetRowPicture(row, RowMark::Cross);
-        state_.SetErrorMessage(row, refusal);
-        return Next::Row;
-    }
-    if (host_.ShowPreviews()) {
-        host_.SetSubjectStatus("Creating subject preview: " + subject.Name());
-        const CanvasSize canvas = host_.SubjectCanvas();
-        state_.psubject = tiff.MakeScaledPictureDisk(canvas.width, canvas.height);
-    }
-    const auto output = OutputFor(subject);
-    if (!output) return Next::Row;
-    host_.SetSubjectStatus("Preparing file: " + Deref(output).Name());
-    // A save dialog may have pointed at the subject itself, which is never
-    // written to: that row is passed over like an output that can't be written.
-    if (SameFile(subject, *output)) return Next::Row;
-    // The rows are rewritten in place, so everything else in the output is what
-    // the copy put there: a copy cut short (a full disk, a file size limit, a
-    // place that takes no file) would pass its loss on under a Check mark.
-    if (!subject.CopyFileTo(*output)) {
-        MarkWriteProblem(row);
-        EndRow();
-        return Next::Row;
-    }
-    if (!output->IsWriteable()) return Next::Row;
-    return Equalize(row, *output, targetLevel);
-}
-
-// The output's file inside the output folder (a name that would lead out of it
-// gives none). One that exists is replaced by the user's choice in a save
-// dialog, whose cancel gives nil and so ends the batch at its first use.
-std::shared_ptr<FolderItem> Batch::OutputFor(const FolderItem& subject) {
-    const std::string name = CreateOutputFileName(subject.Name());
-    auto output = Deref(state_.fequal).Child(name);
-    if (!output) return nullptr;
-    if (output->Exists()) {
-        output = host_.UserDialogs().GetSaveFolderItem(kImageTiffType, name);
-        if (!output) throw NilObjectException();
-    }
-    return output;
-}
-
-Batch::Next Batch::Equalize(std::int64_t row, const FolderItem& output, double targetLevel) {
-    const auto stream = BinaryStream::Open(output, true);
-    if (stream) {
-        const RowPassFiles files{*tiff_, Deref(white_->imagefile), white_->ImageOffset, *stream,
-                                 output.Name()};
-        const RowPassEnd end = RunRowPass(files, targetLevel, host_, state_.presult);
-        if (end == RowPassEnd::Cancelled) return Next::Stop;
-        if (end == RowPassEnd::WriteFailed)
-            MarkWriteProblem(row);
-        else
-            host_.SetRowPicture(row, RowMark::Check);
-        if (host_.ShowPreviews()) host_.RefreshResult();
-    }
-    EndRow();
+    if (!tiff.fi) throw NilObjectException();
+    const SubjectReport report = EqualizeSubjectFile(tiff, tiff.fi, settings, host_);
+    // A file that is there but gives no stream ends the batch as a missing object.
+    if (report.end == SubjectEnd::Unopenable) throw NilObjectException();
+    if (report.end == SubjectEnd::Cancelled) return Next::Stop;
+    Mark(row, report);
     return Next::Row;
+}
+
+// Files that are missing, not TIFFs, or whose output can't be had or written
+// are passed over without a mark.
+void Batch::Mark(std::int64_t row, const SubjectReport& report) {
+    switch (report.end) {
+        case SubjectEnd::Unfit:
+            host_.SetRowPicture(row, RowMark::Cross);
+            state_.SetErrorMessage(row, report.text);
+            return;
+        case SubjectEnd::CopyFailed:
+            MarkWriteProblem(row);
+            return;
+        case SubjectEnd::Written:
+            host_.SetRowPicture(row, RowMark::Check);
+            break;
+        case SubjectEnd::WriteFailed:
+            MarkWriteProblem(row);
+            break;
+        default:
+            return;
+    }
+    if (host_.ShowPreviews()) host_.RefreshResult();
 }
 
 void Batch::MarkWriteProblem(std::int64_t row) {
     host_.SetRowPicture(row, RowMark::Cross);
-    state_.SetErrorMessage(row, kWriteProblem);
+    state_.SetErrorMessage(row, kWriteProblemText);
 }
 
-void Batch::EndRow() {
-    host_.EqualizeProgress().SetVisible(false);
-    host_.SetSubjectStatus("");
+void Batch::SubjectAccepted(TiffFile& subject) {
+    if (!host_.ShowPreviews()) return;
+    host_.SetSubjectStatus("Creating subject preview: " + Deref(subject.fi).Name());
+    const CanvasSize canvas = host_.SubjectCanvas();
+    state_.psubject = subject.MakeScaledPictureDisk(canvas.width, canvas.height);
+}
+
+std::shared_ptr<FolderItem> Batch::InsteadOfExisting(const std::string& outputName) {
+    return host_.UserDialogs().GetSaveFolderItem(kImageTiffType, outputName);
 }

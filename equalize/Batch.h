@@ -5,31 +5,33 @@
 #include <string>
 
 #include "BatchHost.h"
+#include "SubjectEngine.h"
 #include "TiffFile.h"
 #include "WindowState.h"
 
-// The press of Process: asks for the output folder, then treats every ticked
-// row of the subject list: opens the subject, tests it, copies it to its
-// output name and rewrites the copy's pixel rows. Knows the window only
-// through its state and the host, so it runs without a display.
-class Batch {
+// The press of Process: asks for the output folder, then equalizes every
+// ticked row of the subject list, each copied under its final name, and marks
+// the rows. Knows the window only through its state and the host, so it runs
+// without a display.
+class Batch : private SubjectWindow {
   public:
     Batch(WindowState& state, BatchHost& host) : state_(state), host_(host) {}
 
     void BtnProcess_Action();
 
-    static constexpr const char* kWriteProblem = "Problem writing equalized TIFF file.";
-
   private:
     enum class Next { Row, Stop };
 
     void Run();
-    Next ProcessRow(std::int64_t row, double targetLevel);
-    std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject);
-    Next Equalize(std::int64_t row, const FolderItem& output, double targetLevel);
+    Next ProcessRow(std::int64_t row, const SubjectSettings& settings);
+    void Mark(std::int64_t row, const SubjectReport& report);
     void MarkWriteProblem(std::int64_t row);
-    void EndRow();
     std::string ErrorText() const { return tiff_ ? tiff_->errstr : std::string(); }
+
+    void SubjectOpened() override { state_.Tiffi = tiff_; }
+    void SubjectAccepted(TiffFile& subject) override;
+    std::shared_ptr<FolderItem> InsteadOfExisting(const std::string& outputName) override;
+    std::shared_ptr<Picture>& ResultPicture() override { return state_.presult; }
 
     WindowState& state_;
     BatchHost& host_;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 // The arithmetic of equalization: how a subject sample becomes an output
@@ -24,22 +23,3 @@ inline std::uint16_t CorrectedSample(double gain, double sample, double ceiling)
     const double held = product > ceiling ? ceiling : product;
     return static_cast<std::uint16_t>(held >= 0.0 ? held : 0.0);
 }
-
-// The sample layout of a subject, chosen by its pixel size alone: 3 bytes is
-// 8-bit RGB, every other size 16-bit RGB.
-struct SampleFormat {
-    std::size_t width;  // bytes a sample
-    std::size_t step;   // bytes a pixel
-    double ceiling;
-
-    static SampleFormat For(std::int64_t bytesPerPixel) {
-        return bytesPerPixel == 3 ? SampleFormat{1, 3, 255.0} : SampleFormat{2, 6, 65535.0};
-    }
-};
-
-// Corrects the pixel that starts at subject, white and out (the same byte index
-// of each row). The subject and output samples are in the subject's byte order,
-// the white card's in its own; only the white card's green sample is read.
-void CorrectPixel(const SampleFormat& format, double targetLevel, const std::uint8_t* subject,
-                  bool subjectLittleEndian, const std::uint8_t* white, bool whiteLittleEndian,
-                  std::uint8_t* out);

@@ -1,8 +1,8 @@
 #include "RowCorrection.h"
 
-#include <bit>
 #include <cstring>
 
+#include "Correction.h"
 #include "EightBitVectorLoop.h"
 
 // Clang (which the fuzz targets are built with) can't clone templates for
@@ -14,27 +14,6 @@
 #endif
 
 namespace {
-constexpr bool kHostLittleEndian = std::endian::native == std::endian::little;
-
-// One sample in a file's byte order; Swap is fixed per file, so the loop body
-// holds no test of it.
-template <class Sample, bool Swap>
-inline double LoadAs(const std::uint8_t* at) {
-    Sample value;
-    std::memcpy(&value, at, sizeof value);
-    if constexpr (Swap && sizeof(Sample) == 2)
-        value = static_cast<Sample>(static_cast<std::uint16_t>(value << 8 | value >> 8));
-    return value;
-}
-
-template <class Sample, bool Swap>
-inline void StoreAs(std::uint8_t* at, std::uint16_t corrected) {
-    Sample value = static_cast<Sample>(corrected);
-    if constexpr (Swap && sizeof(Sample) == 2)
-        value = static_cast<Sample>(static_cast<std::uint16_t>(value << 8 | value >> 8));
-    std::memcpy(at, &value, sizeof value);
-}
-
 // The hot loop of the program: a straight walk over the row with no calls that
 // stay calls, no branches on the layout or byte order and no allocation, so
 // the compiler can keep it in vector registers. Gain and CorrectedSample are
@@ -50,13 +29,13 @@ BRISAVANE_VECTOR_CLONES void CorrectPixels(double targetLevel, double ceiling,
     constexpr std::size_t w = sizeof(Sample);
     for (std::size_t p = 0; p < pixels; ++p) {
         const std::size_t i = p * 3 * w;
-        const double gain = Gain(targetLevel, LoadAs<Sample, WhiteSwap>(white + i + w));
-        const double red = LoadAs<Sample, SubjectSwap>(subject + i);
-        const double green = LoadAs<Sample, SubjectSwap>(subject + i + w);
-        const double blue = LoadAs<Sample, SubjectSwap>(subject + i + 2 * w);
-        StoreAs<Sample, SubjectSwap>(out + i, CorrectedSample(gain, red, ceiling));
-        StoreAs<Sample, SubjectSwap>(out + i + w, CorrectedSample(gain, green, ceiling));
-        StoreAs<Sample, SubjectSwap>(out + i + 2 * w, CorrectedSample(gain, blue, ceiling));
+        const double gain = Gain(targetLevel, LoadSample<Sample, WhiteSwap>(white + i + w));
+        const double red = LoadSample<Sample, SubjectSwap>(subject + i);
+        const double green = LoadSample<Sample, SubjectSwap>(subject + i + w);
+        const double blue = LoadSample<Sample, SubjectSwap>(subject + i + 2 * w);
+        StoreSample<Sample, SubjectSwap>(out + i, CorrectedSample(gain, red, ceiling));
+        StoreSample<Sample, SubjectSwap>(out + i + w, CorrectedSample(gain, green, ceiling));
+        StoreSample<Sample, SubjectSwap>(out + i + 2 * w, CorrectedSample(gain, blue, ceiling));
     }
 }
 
@@ -73,18 +52,19 @@ PixelLoop ChooseLoop(bool eightBit, bool subjectSwap, bool whiteSwap) {
 }
 }  // namespace
 
-void CorrectRow(const SampleFormat& format, double targetLevel, const std::uint8_t* subject,
-                bool subjectLittleEndian, const std::uint8_t* white, bool whiteLittleEndian,
-                std::uint8_t* out, std::size_t rowLength) {
-    const std::size_t pixels = rowLength / format.step;
-    const bool eightBit = format.width == 1;
-    const std::size_t done = eightBit && EightBitVectorLoopAvailable()
-                                 ? CorrectEightBitBlocks(targetLevel, subject, white, out, pixels)
-                                 : 0;
-    const std::size_t skip = done * format.step;
-    const PixelLoop loop = ChooseLoop(eightBit, subjectLittleEndian != kHostLittleEndian,
-                                      whiteLittleEndian != kHostLittleEndian);
-    loop(targetLevel, format.ceiling, subject + skip, white + skip, out + skip, pixels - done);
-    const std::size_t whole = pixels * format.step;
-    if (whole < rowLength) std::memcpy(out + whole, subject + whole, rowLength - whole);
+void CorrectRow(const PixelLayout& subject, bool whiteLittleEndian, double targetLevel,
+                const std::uint8_t* subjectRow, const std::uint8_t* whiteRow, std::uint8_t* out) {
+    const std::size_t pixels = subject.pixels;
+    const std::size_t done =
+        subject.EightBit() && EightBitVectorLoopAvailable()
+            ? CorrectEightBitBlocks(targetLevel, subjectRow, whiteRow, out, pixels)
+            : 0;
+    const std::size_t skip = done * subject.pixelBytes;
+    const PixelLoop loop = ChooseLoop(subject.EightBit(), subject.Swapped(),
+                                      subject.InOrder(whiteLittleEndian).Swapped());
+    loop(targetLevel, subject.Ceiling(), subjectRow + skip, whiteRow + skip, out + skip,
+         pixels - done);
+    const std::size_t whole = pixels * subject.pixelBytes;
+    if (whole < subject.rowBytes)
+        std::memcpy(out + whole, subjectRow + whole, subject.rowBytes - whole);
 }

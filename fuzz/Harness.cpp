@@ -16,9 +16,8 @@
 
 void ExerciseWhiteCard(const std::string& path) {
     TiffFile tiff;
-    tiff.fi = GetFolderItem(path);
-    const bool failed = tiff.OpenTIFF();
-    if (JudgeWhiteCard(tiff, failed) != WhiteCardVerdict::Accepted) return;
+    const TiffOpening opening = OpenTiffPath(tiff, path);
+    if (JudgeWhiteCard(tiff, opening) != WhiteCardVerdict::Accepted) return;
     tiff.FindMaxLuminanceDisk();
     tiff.MakeScaledPictureDisk(230, 230);
 }

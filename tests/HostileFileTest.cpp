@@ -130,7 +130,7 @@ TEST_P(HostileSubject, IsRefusedBeforeAnyRow) {
     EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Cross}}));
     EXPECT_EQ(rig.Message(0), kSubjectIncomplete);
     EXPECT_TRUE(rig.host.statuses.empty());
-    EXPECT_EQ(rig.host.progress.maximum, -1);
+    EXPECT_TRUE(rig.host.progress.maxima.empty());
     EXPECT_FALSE(rig.state.psubject);
     EXPECT_FALSE(rig.state.presult);
     EXPECT_TRUE(HashFolder(rig.dir.Path() / "out").empty());
@@ -230,47 +230,5 @@ INSTANTIATE_TEST_SUITE_P(
                       PixelSizeCase{"TenWithSixByteCard", 16, 5, true, 16, 3, false},
                       PixelSizeCase{"ThreeWithTenByteCard", 8, 3, false, 16, 5, true}),
     [](const auto& info) { return std::string(info.param.label); });
-
-// A named pipe with a TIFF's name where a file is expected: opening it would
-// wait for a writer, and hold the program, forever. It is turned away at once
-// (an alarm fails the test instead of letting it hang): as a white card with
-// the window's "Error: " and brisavane-cli's can't-be-opened message; as a
-// subject through the batch's nil-object handler, which ends the batch after
-// the files before it, and in brisavane-cli with a skipped line.
-TEST(NamedPipe, IsNeverWaitedFor) {
-    BatchRig rig(OddSpec(16, 3, true, 150));
-    const std::string pipe = rig.SubjectPath("pipe.tif");
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    rig.AddSubject("a.tif", BuildTiff(OddSpec(16, 3, false, 20)).bytes);
-    rig.host.rows.push_back({true, "pipe.tif"});
-    rig.AddSubject("b.tif", BuildTiff(OddSpec(16, 3, true, 20)).bytes);
-    ::alarm(60);
-
-    WindowState state;
-    FakeWhiteCardHost host;
-    host.dialogs.openAnswers.push_back(pipe);
-    OpenWhiteCard(state, host);
-    EXPECT_EQ(host.dialogs.messages, std::vector<std::string>{"Error: "});
-    EXPECT_FALSE(state.WhiteOpened);
-    std::ostringstream out, err;
-    EXPECT_EQ(RunAnalyze({pipe}, out, err), 2);
-    EXPECT_EQ(err.str(), "Error: The white card file can't be opened: " + pipe + "\n");
-
-    rig.Press();
-    EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
-    EXPECT_EQ(rig.host.messages, std::vector<std::string>{"Nil Object: "});
-    EXPECT_FALSE(rig.state.EqualizationCompleted);
-
-    std::filesystem::create_directories(rig.dir.Path() / "cli");
-    out.str("");
-    EXPECT_EQ(RunEqualize({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
-                           rig.dir / "subjects"},
-                          out, err, nullptr),
-              1);
-    EXPECT_EQ(out.str(), "a.tif: written " + (rig.dir / "cli/a_eq.tif").string() +
-                             "\nb.tif: written " + (rig.dir / "cli/b_eq.tif").string() +
-                             "\npipe.tif: skipped: the file can't be opened\n");
-    ::alarm(0);
-}
 
 }  // namespace

@@ -60,46 +60,32 @@ TEST_P(DiskScan, FindsBrightestDarkestAndWhere) {
     EXPECT_EQ(s.y, c.expected.y);
 }
 
-const auto kPeakLast = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+using Green = std::uint16_t (*)(std::uint32_t, std::uint32_t);
+const Green kPeakLast = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
     return (x == 4 && y == 3) ? 200 : static_cast<std::uint16_t>(10 + x + y);
 };
-const auto kPeakLast16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+const Green kPeakLast16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
     return (x == 4 && y == 3) ? 61680 : static_cast<std::uint16_t>(300 + 256 * x + y);
 };
+const Green kBlack = [](std::uint32_t, std::uint32_t) -> std::uint16_t { return 0; };
+const Green kEven = [](std::uint32_t, std::uint32_t) -> std::uint16_t { return 77; };
+const Green kEqualPeaks = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+    return (y >= 1 && x >= 2) ? 90 : 40;
+};
+const Green kRising = [](std::uint32_t x, std::uint32_t) -> std::uint16_t { return 1000 + x; };
 
+// Of equal peaks the first in scan order holds the place; an all-black image
+// keeps the place a new object has; red and blue are never looked at.
 INSTANTIATE_TEST_SUITE_P(
     Images, DiskScan,
-    ::testing::Values(
-        ScanCase{"peak_in_last_pixel_8", 8, true, kPeakLast, 0, {200, 10, 4, 3}},
-        ScanCase{"peak_in_last_pixel_16_le", 16, true, kPeakLast16, 0, {61680, 300, 4, 3}},
-        ScanCase{"peak_in_last_pixel_16_be", 16, false, kPeakLast16, 0, {61680, 300, 4, 3}},
-        ScanCase{"all_black_keeps_place",
-                 16,
-                 true,
-                 [](auto, auto) -> std::uint16_t { return 0; },
-                 0,
-                 {0, 0, 0, 0}},
-        ScanCase{"all_equal_first_pixel",
-                 8,
-                 true,
-                 [](auto, auto) -> std::uint16_t { return 77; },
-                 0,
-                 {77, 77, 0, 0}},
-        ScanCase{"first_of_equal_peaks",
-                 8,
-                 true,
-                 [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-                     return (y >= 1 && x >= 2) ? 90 : 40;
-                 },
-                 0,
-                 {90, 40, 2, 1}},
-        // Red and blue are never looked at, however bright.
-        ScanCase{"red_and_blue_ignored",
-                 16,
-                 false,
-                 [](std::uint32_t x, std::uint32_t) -> std::uint16_t { return 1000 + x; },
-                 65535,
-                 {1004, 1000, 4, 0}}),
+    ::testing::Values(ScanCase{"peak_in_last_pixel_8", 8, true, kPeakLast, 0, {200, 10, 4, 3}},
+                      ScanCase{"peak_16_le", 16, true, kPeakLast16, 0, {61680, 300, 4, 3}},
+                      ScanCase{"peak_16_be", 16, false, kPeakLast16, 0, {61680, 300, 4, 3}},
+                      ScanCase{"all_black_keeps_place", 16, true, kBlack, 0, {0, 0, 0, 0}},
+                      ScanCase{"all_equal_first_pixel", 8, true, kEven, 0, {77, 77, 0, 0}},
+                      ScanCase{"first_of_equal_peaks", 8, true, kEqualPeaks, 0, {90, 40, 2, 1}},
+                      ScanCase{
+                          "red_and_blue_ignored", 16, false, kRising, 65535, {1004, 1000, 4, 0}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(DiskScan, ReportsEveryRowThenHides) {

@@ -35,10 +35,6 @@ INSTANTIATE_TEST_SUITE_P(Rooms, PreviewGeometryTest,
                              // into the 230 x 230 canvas: Round(17.39) columns, Round(17.44) rows
                              GeometryCase{4000, 3000, 3, 230, 0.0575, 230, 172, 17, 51, 17},
                              GeometryCase{4000, 3000, 6, 230, 0.0575, 230, 172, 17, 102, 17},
-                             // a step that rounds up: 1.6 becomes 2
-                             GeometryCase{1000, 16, 3, 625, 0.625, 625, 10, 2, 6, 2},
-                             // a step that rounds down: 1.25 becomes 1
-                             GeometryCase{1000, 8, 3, 800, 0.8, 800, 6, 1, 3, 1},
                              // never enlarged
                              GeometryCase{100, 50, 6, 230, 1.0, 100, 50, 1, 6, 1}));
 
@@ -60,33 +56,47 @@ std::shared_ptr<Picture> Preview(const TempFolder& dir, const TiffSpec& image, s
     return tiff ? tiff->MakeScaledPictureDisk(room, room) : nullptr;
 }
 
+// Which pixels a preview picks: every column step from column 0, and every
+// row step from the first row, which is one step less one for 8-bit images
+// (their rows count from 1) and row 0 for 16-bit ones. A step that rounds up
+// leaves the picture's last columns and rows as a new picture has them; one
+// that rounds down picks more than fit, and nothing lands outside.
 struct PickCase {
+    std::uint32_t width, height;
     int bits;
     bool little;
-    std::uint32_t firstRow;  // the first image row shown
+    std::int64_t room, pictureWidth, pictureHeight;
+    std::uint32_t columnStep, rowStep, firstRow, reachedWidth, reachedHeight;
 };
 
-class ScaledPictureRows : public ::testing::TestWithParam<PickCase> {};
+class ScaledPicturePicks : public ::testing::TestWithParam<PickCase> {};
 
-// 40 x 30 into 4 x 4 is the 4000 x 3000 example at a hundredth: a picture of
-// 4 x 3, columns 0, 10, 20, 30. 8-bit rows count from 1, so they start at row
-// 9; 16-bit rows at row 0.
-TEST_P(ScaledPictureRows, PicksEveryTenthPixel) {
+TEST_P(ScaledPicturePicks, TheStepsPixels) {
     const PickCase& c = GetParam();
     TempFolder dir;
-    const auto picture = Preview(dir, Located(40, 30, c.bits, c.little), 4);
+    const auto picture = Preview(dir, Located(c.width, c.height, c.bits, c.little), c.room);
     ASSERT_TRUE(picture);
-    ASSERT_EQ(picture->Width(), 4);
-    ASSERT_EQ(picture->Height(), 3);
-    for (std::uint32_t py = 0; py < 3; ++py)
-        for (std::uint32_t px = 0; px < 4; ++px)
-            EXPECT_EQ(picture->Pixel(px, py), RGB(10 * px, c.firstRow + 10 * py, 7, 0))
-                << px << "," << py;
+    ASSERT_EQ(picture->Width(), c.pictureWidth);
+    ASSERT_EQ(picture->Height(), c.pictureHeight);
+    for (std::uint32_t y = 0; y < c.pictureHeight; ++y)
+        for (std::uint32_t x = 0; x < c.pictureWidth; ++x) {
+            const bool reached = x < c.reachedWidth && y < c.reachedHeight;
+            ASSERT_EQ(picture->Pixel(x, y),
+                      reached ? RGB(c.columnStep * x % 256, c.firstRow + c.rowStep * y, 7, 0)
+                              : RGB(0, 0, 0, 0))
+                << x << "," << y;
+        }
 }
 
-INSTANTIATE_TEST_SUITE_P(Depths, ScaledPictureRows,
-                         ::testing::Values(PickCase{8, true, 9}, PickCase{16, true, 0},
-                                           PickCase{16, false, 0}));
+// 40 x 30 into 4 x 4 is the 4000 x 3000 example at a hundredth; 1000 columns
+// into 625 round 1.6 up to 2, into 800 round 1.25 down to 1.
+INSTANTIATE_TEST_SUITE_P(
+    Rooms, ScaledPicturePicks,
+    ::testing::Values(PickCase{40, 30, 8, true, 4, 4, 3, 10, 10, 9, 4, 3},
+                      PickCase{40, 30, 16, true, 4, 4, 3, 10, 10, 0, 4, 3},
+                      PickCase{40, 30, 16, false, 4, 4, 3, 10, 10, 0, 4, 3},
+                      PickCase{1000, 16, 8, true, 625, 625, 10, 2, 2, 1, 500, 8},
+                      PickCase{1000, 8, 16, false, 800, 800, 6, 1, 1, 0, 800, 6}));
 
 class ScaledPictureSixteenBit : public ::testing::TestWithParam<bool> {};
 
@@ -106,39 +116,6 @@ TEST_P(ScaledPictureSixteenBit, DividesBy257AndTruncates) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ByteOrders, ScaledPictureSixteenBit, ::testing::Bool());
-
-// 1000 columns into 625: every second column, 500 of them; the last 125
-// columns and the rows past the chosen ones stay as a new picture has them.
-TEST(ScaledPicture, StepRoundedUpLeavesTheRestBlack) {
-    TempFolder dir;
-    const auto picture = Preview(dir, Located(1000, 16, 8, true), 625);
-    ASSERT_TRUE(picture);
-    ASSERT_EQ(picture->Width(), 625);
-    ASSERT_EQ(picture->Height(), 10);
-    for (std::int64_t y = 0; y < 10; ++y)
-        for (std::int64_t x = 0; x < 625; ++x) {
-            const bool reached = x < 500 && y < 8;  // 8-bit rows 1, 3, ..., 15
-            const std::uint32_t expected = reached
-                                               ? RGB(static_cast<std::uint32_t>(2 * x % 256),
-                                                     static_cast<std::uint32_t>(2 * y + 1), 7, 0)
-                                               : RGB(0, 0, 0, 0);
-            ASSERT_EQ(picture->Pixel(x, y), expected) << x << "," << y;
-        }
-}
-
-// 1000 columns into 800: the step rounds down to 1 and 1000 columns are
-// chosen; the picture holds the first 800 and nothing lands outside it.
-TEST(ScaledPicture, StepRoundedDownKeepsInsideThePicture) {
-    TempFolder dir;
-    const auto picture = Preview(dir, Located(1000, 8, 16, false), 800);
-    ASSERT_TRUE(picture);
-    ASSERT_EQ(picture->Width(), 800);
-    ASSERT_EQ(picture->Height(), 6);
-    for (std::int64_t y = 0; y < 6; ++y)
-        for (std::int64_t x = 0; x < 800; ++x)
-            ASSERT_EQ(picture->Pixel(x, y), RGB(static_cast<std::uint32_t>(x % 256),
-                                                static_cast<std::uint32_t>(y), 7, 0));
-}
 
 // Chosen rows or not, the stream ends behind the last row of the image.
 TEST(ScaledPicture, StreamEndsBehindTheLastRow) {

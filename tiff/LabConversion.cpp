@@ -53,8 +53,8 @@ void TiffFile::LabToRGB(double L, double a, double b, std::int64_t& red, std::in
 
 void TiffFile::LabIntToFloatArray() {
     const MemoryBlock& buffer = Deref(imageBuffer);
-    const bool eightBit = BytesPerPixel == 3;
-    const std::size_t step = ChannelBytes(eightBit);
+    const PixelLayout layout = PixelLayout::For(BytesPerPixel, buffer.LittleEndian, 0);
+    const std::size_t step = layout.pixelBytes;
     std::int64_t pixels = 0, needed = 0;
     if (!CheckedMultiply(ImageWidth, ImageHeight, pixels) ||
         !CheckedMultiply(pixels, static_cast<std::int64_t>(step), needed) ||
@@ -66,7 +66,7 @@ void TiffFile::LabIntToFloatArray() {
     std::size_t at = 0;
     for (std::int64_t y = 0; y < ImageHeight; ++y) {
         for (std::int64_t x = 0; x < ImageWidth; ++x) {
-            const Channels lab = LabChannels(buffer.Data() + at, eightBit, buffer.LittleEndian);
+            const Channels lab = LabChannels(layout, buffer.Data() + at);
             for (int c = 0; c < 3; ++c) img(x, y, c) = static_cast<float>(lab[c]);
             at += step;
         }

@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "Exceptions.h"
-#include "GreenSamples.h"
+#include "PixelLayout.h"
+#include "RowReader.h"
 #include "TiffFile.h"
 #include "WrappingMath.h"
 
@@ -14,18 +15,21 @@ struct RunningLuminance {
 };
 
 // The green samples of one row, with the sample width and byte order fixed at
-// compile time so that the walk is a tight loop. A sample must lie wholly
-// inside the row; odd pixel sizes stop short.
-template <std::size_t Width, bool Little>
+// compile time so that the walk is a tight loop. Green stands one sample into
+// each pixel. A sample must lie wholly inside the row; odd pixel sizes stop short.
+template <class Sample, bool Swap>
 class GreenRow {
   public:
-    GreenRow(const std::uint8_t* data, std::size_t size, const GreenLayout& layout)
-        : data_(data), size_(size), layout_(layout) {}
+    GreenRow(const std::uint8_t* data, const PixelLayout& layout) : data_(data), layout_(layout) {}
 
     template <class Visit>
     void ForEach(Visit&& visit) const {
-        for (std::size_t o = layout_.first; o + Width <= size_; o += layout_.step)
-            visit(o, LoadSample(data_ + o, Width, Little));
+        for (std::size_t o = sizeof(Sample); o + sizeof(Sample) <= layout_.rowBytes;
+             o += layout_.pixelBytes)
+            visit(o, LoadSample<Sample, Swap>(data_ + o));
+    }
+    std::int64_t Column(std::size_t offset) const {
+        return static_cast<std::int64_t>((offset - sizeof(Sample)) / layout_.pixelBytes);
     }
 
     // The first offset at which the row's largest sample stands.
@@ -40,17 +44,16 @@ class GreenRow {
 
   private:
     const std::uint8_t* data_;
-    std::size_t size_;
-    GreenLayout layout_;
+    PixelLayout layout_;
 };
 
 // Folds one row into the running values. The row's extremes come first, in one
 // branch-free pass; the place of a new maximum is looked for only when the row
 // beats the running one. Comparing strictly, the first brightest sample in
 // scan order keeps its place.
-template <std::size_t Width, bool Little>
-void ScanRow(const GreenRow<Width, Little>& row, const GreenLayout& layout, std::int64_t rowIndex,
-             RunningLuminance& run, std::int64_t& px, std::int64_t& py) {
+template <class Sample, bool Swap>
+void ScanRow(const GreenRow<Sample, Swap>& row, std::int64_t rowIndex, RunningLuminance& run,
+             std::int64_t& px, std::int64_t& py) {
     std::uint16_t lo = 0xFFFF, hi = 0;
     bool any = false;
     row.ForEach([&](std::size_t, std::uint16_t s) {
@@ -62,19 +65,18 @@ void ScanRow(const GreenRow<Width, Little>& row, const GreenLayout& layout, std:
     run.min = std::min(run.min, static_cast<double>(lo));
     if (hi > run.max) {
         run.max = hi;
-        px = layout.Column(row.FirstOf(hi));
+        px = row.Column(row.FirstOf(hi));
         py = rowIndex;
     }
 }
 
-template <std::size_t Width, bool Little>
-void ScanRows(BinaryStream& stream, MemoryBlock& buffer, const GreenLayout& layout,
-              std::int64_t height, Progress& bar, RunningLuminance& run, std::int64_t& px,
-              std::int64_t& py) {
-    const GreenRow<Width, Little> row(buffer.Data(), buffer.Size(), layout);
+template <class Sample, bool Swap>
+void ScanRows(RowReader& rows, MemoryBlock& buffer, const PixelLayout& layout, std::int64_t height,
+              Progress& bar, RunningLuminance& run, std::int64_t& px, std::int64_t& py) {
+    const GreenRow<Sample, Swap> row(buffer.Data(), layout);
     for (std::int64_t r = 1; r <= height; ++r) {
-        stream.Read(buffer, buffer.Size());
-        ScanRow(row, layout, r - 1, run, px, py);
+        rows.Read(buffer);
+        ScanRow(row, r - 1, run, px, py);
         bar.SetValue(static_cast<double>(r));
         bar.Refresh();
     }
@@ -83,23 +85,23 @@ void ScanRows(BinaryStream& stream, MemoryBlock& buffer, const GreenLayout& layo
 
 void TiffFile::FindMaxLuminanceDisk() {
     if (BytesPerRow < 0) throw IOException("The row length of the image is not valid.");
-    MemoryBlock row(static_cast<std::size_t>(BytesPerRow));
+    const PixelLayout layout = PixelLayout::Of(*this);
+    MemoryBlock row(layout.rowBytes);
     imagefile = BinaryStream::Open(Deref(fi));
     BinaryStream& stream = Deref(imagefile);
     stream.LittleEndian = LittleEndian;
-    stream.SetPosition(ImageOffset);
+    RowReader rows(stream, ImageOffset, layout.rowBytes);
 
-    const GreenLayout layout = GreenLayout::For(BytesPerPixel);
     RunningLuminance run;
     Progress& bar = AnalyzeProgress();
     bar.SetMaximum(ImageHeight);
     bar.SetVisible(true);
-    if (layout.width == 1)
-        ScanRows<1, true>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
-    else if (stream.LittleEndian)
-        ScanRows<2, true>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
+    if (layout.EightBit())
+        ScanRows<std::uint8_t, false>(rows, row, layout, ImageHeight, bar, run, pxmax, pymax);
+    else if (layout.Swapped())
+        ScanRows<std::uint16_t, true>(rows, row, layout, ImageHeight, bar, run, pxmax, pymax);
     else
-        ScanRows<2, false>(stream, row, layout, ImageHeight, bar, run, pxmax, pymax);
+        ScanRows<std::uint16_t, false>(rows, row, layout, ImageHeight, bar, run, pxmax, pymax);
     bar.SetVisible(false);
     MaxLuminance = run.max;
     MinLuminance = run.min;
@@ -107,17 +109,18 @@ void TiffFile::FindMaxLuminanceDisk() {
 
 void TiffFile::FindMaxLuminance() {
     const MemoryBlock& buffer = Deref(imageBuffer);
-    const GreenLayout layout = GreenLayout::For(BytesPerPixel);
+    const PixelLayout layout = PixelLayout::For(BytesPerPixel, buffer.LittleEndian, 0);
     const std::int64_t total = WrappingMultiply(PixelCount, BytesPerPixel);
     const std::int64_t interval = static_cast<std::int64_t>(static_cast<double>(total) / 50.0);
     std::int64_t counter = 0;
     RunningLuminance run;
     Progress& bar = AnalyzeProgress();
 
-    for (std::int64_t o = static_cast<std::int64_t>(layout.first); o <= total;
-         o += static_cast<std::int64_t>(layout.step)) {
-        if (static_cast<std::size_t>(o) + layout.width > buffer.Size()) break;
-        const double s = LoadSample(buffer.Data() + o, layout.width, buffer.LittleEndian);
+    const auto step = static_cast<std::int64_t>(layout.pixelBytes);
+    // Green stands one sample into each pixel.
+    for (auto o = static_cast<std::int64_t>(layout.sampleBytes); o <= total; o += step) {
+        if (static_cast<std::size_t>(o) + layout.sampleBytes > buffer.Size()) break;
+        const double s = layout.Load(buffer.Data() + o - layout.sampleBytes, 1);
         run.max = std::max(run.max, s);
         run.min = std::min(run.min, s);
         if (interval <= counter) {
@@ -125,7 +128,7 @@ void TiffFile::FindMaxLuminance() {
             bar.Refresh();
             counter = 0;
         } else {
-            counter += static_cast<std::int64_t>(layout.step);
+            counter += step;
         }
     }
     MaxLuminance = run.max;

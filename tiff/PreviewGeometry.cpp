@@ -31,3 +31,16 @@ PreviewGeometry PreviewGeometry::For(std::int64_t imageWidth, std::int64_t image
     g.rowStep = Step(imageHeight, g.height);
     return g;
 }
+
+void SamplePreviewRow(const PreviewGeometry& g, const PixelLayout& layout, const std::uint8_t* row,
+                      Picture& picture, std::int64_t y) {
+    std::int64_t x = 0;
+    for (std::size_t p = 0; p < layout.pixels; ++p) {
+        const std::size_t o = p * layout.pixelBytes;
+        if (!g.ChosenOffset(static_cast<std::int64_t>(o))) continue;
+        const std::uint8_t* pixel = row + o;
+        picture.SetPixel(x++, y,
+                         RGB(layout.DisplayLevel(pixel, 0), layout.DisplayLevel(pixel, 1),
+                             layout.DisplayLevel(pixel, 2), 0));
+    }
+}

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 
+#include "Picture.h"
+#include "PixelLayout.h"
+
 // How an image is decimated into a preview that fits a room: the preview's
 // size and the whole-number steps between the image columns and rows that it
 // shows. The image is never enlarged. Shared by the file previews and the
@@ -20,3 +23,9 @@ struct PreviewGeometry {
     // Whether the byte offset o within a row starts a chosen pixel.
     bool ChosenOffset(std::int64_t o) const { return o % byteStep == 0; }
 };
+
+// Puts the chosen pixels of one pixel row into row y of a preview, as the
+// screen shows them. Only whole pixels count, and the picture itself drops
+// positions outside it. Which rows are chosen is the caller's rule.
+void SamplePreviewRow(const PreviewGeometry& g, const PixelLayout& layout, const std::uint8_t* row,
+                      Picture& picture, std::int64_t y);

@@ -3,6 +3,7 @@
 
 #include "Exceptions.h"
 #include "PixelChannels.h"
+#include "RowReader.h"
 #include "TiffFile.h"
 #include "WrappingMath.h"
 
@@ -31,12 +32,12 @@ void TiffFile::ReadImage() {
     imagefile = BinaryStream::Open(file);
     BinaryStream& stream = Deref(imagefile);
     stream.LittleEndian = LittleEndian;
-    stream.SetPosition(ImageOffset);
+    RowReader rows(stream, ImageOffset, rowBytes);
     Progress& bar = EqualizeProgress();
     // Rows of no bytes hold nothing to read, and a header may claim billions.
-    const std::int64_t rows = rowBytes == 0 ? 0 : ImageHeight;
-    for (std::int64_t row = 0; row < rows; ++row) {
-        stream.Read(buffer->Data() + static_cast<std::size_t>(row) * rowBytes, rowBytes);
+    const std::int64_t height = rowBytes == 0 ? 0 : ImageHeight;
+    for (std::int64_t row = 0; row < height; ++row) {
+        rows.Read(buffer->Data() + static_cast<std::size_t>(row) * rowBytes);
         bar.SetValue(static_cast<double>(row + 1));
         bar.Refresh();
     }
@@ -75,12 +76,11 @@ void TiffFile::GetTIFFPixel(std::int64_t x, std::int64_t y, double& first, doubl
     stream.SetPosition(WrappingAdd(ImageOffset, WrappingAdd(WrappingMultiply(y, BytesPerRow),
                                                             WrappingMultiply(x, BytesPerPixel))));
 
-    const bool eightBit = BytesPerPixel == 3;
+    const PixelLayout layout = PixelLayout::Of(*this).InOrder(stream.LittleEndian);
     std::uint8_t pixel[6] = {};  // what lies past the end of the file reads as 0
-    stream.Read(pixel, ChannelBytes(eightBit));
-    const Channels channels = Interpretation == kRgb
-                                  ? RgbChannels(pixel, eightBit, stream.LittleEndian)
-                                  : LabChannels(pixel, eightBit, stream.LittleEndian);
+    stream.Read(pixel, layout.pixelBytes);
+    const Channels channels =
+        Interpretation == kRgb ? RgbChannels(layout, pixel) : LabChannels(layout, pixel);
     first = channels[0];
     second = channels[1];
     third = channels[2];

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "Exceptions.h"
+#include "PixelLayout.h"
 #include "TiffFile.h"
 #include "WrappingMath.h"
 
@@ -41,8 +42,8 @@ class HeaderBytes {
     HeaderBytes() { entry_.LittleEndian = true; }
 
     void Append16(std::uint16_t value) {
-        bytes_.push_back(static_cast<std::uint8_t>(value));
-        bytes_.push_back(static_cast<std::uint8_t>(value >> 8));
+        bytes_.resize(bytes_.size() + 2);
+        StoreSample<std::uint16_t, !kHostLittleEndian>(bytes_.data() + bytes_.size() - 2, value);
     }
     void Append32(std::uint32_t value) {
         Append16(static_cast<std::uint16_t>(value));

@@ -2,11 +2,12 @@
 
 #include "Exceptions.h"
 #include "NumberText.h"
+#include "PixelLayout.h"
 
-WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, bool openFailed) {
+WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, TiffOpening opening) {
     if (candidate.ImageHeight != candidate.RowsPerStrip) return WhiteCardVerdict::NotOneStrip;
-    if (openFailed || !candidate.fi) return WhiteCardVerdict::NotOpened;
-    if (!candidate.PixelDataWithinFile()) return WhiteCardVerdict::Incomplete;
+    if (opening == TiffOpening::Incomplete) return WhiteCardVerdict::Incomplete;
+    if (opening != TiffOpening::Ready) return WhiteCardVerdict::NotOpened;
     return WhiteCardVerdict::Accepted;
 }
 
@@ -31,7 +32,7 @@ std::string InfoText(const TiffFile& white) {
 }
 
 std::string MaxValText(const TiffFile& white) {
-    if (white.BytesPerPixel == 3) return CStr(white.MaxLuminance);
+    if (PixelLayout::Of(white).EightBit()) return CStr(white.MaxLuminance);
     return CStr(white.MaxLuminance) + " (" + CStr(Round(white.MaxLuminance / 257.0)) + ")";
 }
 
@@ -43,20 +44,18 @@ std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& er
                                         TiffServices services) {
     const std::string unopened = "Error: The white card file can't be opened: " + path;
     auto candidate = std::make_shared<TiffFile>(services);
-    candidate->fi = GetFolderItem(std::filesystem::absolute(path).string());
-    if (!candidate->fi || !candidate->fi->Exists() || candidate->fi->Directory()) {
+    const TiffOpening opening = OpenTiffPath(*candidate, path);
+    const WhiteCardVerdict verdict = JudgeWhiteCard(*candidate, opening);
+    if (opening == TiffOpening::Missing || opening == TiffOpening::Unopenable) {
         error = unopened;
         return nullptr;
     }
-    // A file that exists but gives no stream (unreadable, a pipe, a device)
-    // surfaces from the reader or the scan as a missing object.
+    if (verdict != WhiteCardVerdict::Accepted) {
+        error = RefusalText(verdict, *candidate);
+        return nullptr;
+    }
+    // A file that gives no stream for the scan surfaces as a missing object.
     try {
-        const bool openFailed = candidate->OpenTIFF();
-        const WhiteCardVerdict verdict = JudgeWhiteCard(*candidate, openFailed);
-        if (verdict != WhiteCardVerdict::Accepted) {
-            error = RefusalText(verdict, *candidate);
-            return nullptr;
-        }
         candidate->FindMaxLuminanceDisk();
     } catch (const NilObjectException&) {
         error = unopened;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "TiffFile.h"
+#include "TiffOpening.h"
 
 // Whether an opened candidate can serve as the white card. The tests run in
 // the window's order: the strip test comes before any look at the reader's
@@ -10,7 +11,7 @@
 // is reported as not being one strip.
 enum class WhiteCardVerdict { Accepted, NotOneStrip, NotOpened, Incomplete };
 
-WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, bool openFailed);
+WhiteCardVerdict JudgeWhiteCard(const TiffFile& candidate, TiffOpening opening);
 
 // The message for a verdict: the strip and extent texts, or the reader's words.
 std::string RefusalText(WhiteCardVerdict verdict, const TiffFile& candidate);

@@ -34,8 +34,12 @@ void MakePreviews(WindowState& state, WhiteCardHost& host) {
 // Opens, judges and scans the candidate; false when the press ends on the way.
 bool AcceptCandidate(TiffFile& candidate, WhiteCardHost& host) {
     candidate.AskOpen();
-    const bool openFailed = candidate.OpenTIFF();
-    const WhiteCardVerdict verdict = JudgeWhiteCard(candidate, openFailed);
+    if (!candidate.fi) return false;  // the dialog was cancelled
+    const TiffOpening opening = OpenTiffFile(candidate, candidate.fi);
+    // No stream on it: the press ends as for any file the system won't open.
+    if (opening == TiffOpening::Missing || opening == TiffOpening::Unopenable)
+        throw NilObjectException();
+    const WhiteCardVerdict verdict = JudgeWhiteCard(candidate, opening);
     if (verdict == WhiteCardVerdict::NotOpened) return false;  // cancelled or refused: silent
     if (verdict != WhiteCardVerdict::Accepted) {
         host.UserDialogs().MsgBox(RefusalText(verdict, candidate));

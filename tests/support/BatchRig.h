@@ -13,12 +13,44 @@
 #include "WhiteCard.h"
 #include "WindowState.h"
 
+// A card darker away from its top left corner, where its brightest green is.
+inline testing_tiff::TiffSpec Card(int bits = 16, bool little = true) {
+    testing_tiff::TiffSpec s = testing_tiff::SpecOf(6, 4, bits, little);
+    const std::uint16_t top = bits == 8 ? 250 : 64000;
+    s.pixel = [top](std::uint32_t x, std::uint32_t y) {
+        return testing_tiff::Rgb{1, static_cast<std::uint16_t>(top - (x + y) * (top / 20)), 1};
+    };
+    return s;
+}
+
+// Samples from black to the ceiling, with a profile and bytes after the rows.
+inline testing_tiff::TiffSpec Scene(int bits = 16, bool little = true) {
+    testing_tiff::TiffSpec s = testing_tiff::SpecOf(6, 4, bits, little);
+    const std::uint32_t top = bits == 8 ? 255 : 65535;
+    s.pixel = [top](std::uint32_t x, std::uint32_t y) {
+        const auto v = [&](std::uint32_t k) { return static_cast<std::uint16_t>(k * 7919u % top); };
+        return testing_tiff::Rgb{v(x * 31 + y * 7), v(x + y * 101 + 1),
+                                 static_cast<std::uint16_t>(x == 0 ? top : 0)};
+    };
+    s.iccProfile = std::string(
+        "\0\0\0\x0c"
+        "acspICC!",
+        12);
+    s.trailer = "trailing bytes stay";
+    return s;
+}
+
+// At an amount of 1 the target is the card's brightest green.
+inline double FullTarget(const testing_tiff::TiffSpec& card) {
+    return card.pixel(0, 0).g;
+}
+
 struct BatchRig {
     TempFolder dir;
     WindowState state;
     FakeBatchHost host;
 
-    explicit BatchRig(const testing_tiff::TiffSpec& white) {
+    explicit BatchRig(const testing_tiff::TiffSpec& white = Card()) {
         std::filesystem::create_directories(dir.Path() / "subjects");
         std::filesystem::create_directories(dir.Path() / "out");
         testing_tiff::WriteFile(dir / "white.tif", testing_tiff::BuildTiff(white).bytes);

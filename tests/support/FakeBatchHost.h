@@ -12,19 +12,7 @@
 
 #include "BatchHost.h"
 #include "FolderItem.h"
-
-class RecordingProgress final : public Progress {
-  public:
-    void SetMaximum(std::int64_t maximum) override { this->maximum = maximum; }
-    void SetValue(double value) override { values.push_back(value); }
-    void SetVisible(bool visible) override { this->visible = visible; }
-    void Refresh() override { ++refreshes; }
-
-    std::int64_t maximum = -1;
-    std::vector<double> values;
-    bool visible = false;
-    int refreshes = 0;
-};
+#include "RecordingProgress.h"
 
 struct ListRow {
     bool ticked;
@@ -39,8 +27,6 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     // Controls
     bool processDisabled = false;
     bool showPreviews = true;
-    CanvasSize subjectCanvas{230, 230};
-    CanvasSize resultCanvas{230, 230};
     int resultRefreshes = 0;
     std::vector<std::string> statuses;
     // Called with each status text, for a test that acts at a step of the batch.
@@ -71,8 +57,8 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     }
     Progress& EqualizeProgress() override { return progress; }
     bool ShowPreviews() override { return showPreviews; }
-    CanvasSize SubjectCanvas() override { return subjectCanvas; }
-    CanvasSize ResultCanvas() override { return resultCanvas; }
+    CanvasSize SubjectCanvas() override { return {230, 230}; }
+    CanvasSize ResultCanvas() override { return {230, 230}; }
     void RefreshResult() override { ++resultRefreshes; }
     Dialogs& UserDialogs() override { return *this; }
     EventPump& Events() override { return *this; }

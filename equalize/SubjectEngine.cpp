@@ -1,0 +1,198 @@
+#include "SubjectEngine.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "Exceptions.h"
+#include "OutputFileName.h"
+#include "RowPass.h"
+#include "SubjectTest.h"
+#include "TiffOpening.h"
+
+namespace {
+bool SameFile(const FolderItem& a, const FolderItem& b) {
+    std::error_code ec;
+    return std::filesystem::equivalent(a.Path(), b.Path(), ec) && !ec;
+}
+
+// A pipe, socket or device where the output goes is never opened: writing
+// would wait for a reader, or send the bytes nowhere.
+bool SpecialFile(const FolderItem& item) {
+    using std::filesystem::file_type;
+    std::error_code ec;
+    const file_type type = std::filesystem::status(item.Path(), ec).type();
+    return type == file_type::fifo || type == file_type::socket || type == file_type::character ||
+           type == file_type::block;
+}
+
+// Removes a hidden copy that won't become an output.
+void Discard(const FolderItem& copy) {
+    std::error_code ec;
+    std::filesystem::remove(copy.Path(), ec);
+}
+
+class SubjectRoad {
+  public:
+    SubjectRoad(TiffFile& tiff, const SubjectSettings& settings, RowPassHost& host)
+        : tiff_(tiff), settings_(settings), host_(host) {}
+
+    SubjectReport Run(std::shared_ptr<FolderItem> subject);
+
+  private:
+    std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject, SubjectEnd& end);
+    SubjectEnd WriteUnderFinalName(const FolderItem& subject, const FolderItem& output);
+    SubjectEnd WriteBeside(const FolderItem& subject, const FolderItem& output);
+    SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName);
+    BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
+    bool Publish(const FolderItem& copy, const FolderItem& output) const;
+    void EndRow();
+
+    TiffFile& tiff_;
+    const SubjectSettings& settings_;
+    RowPassHost& host_;
+};
+
+SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
+    switch (OpenTiffFile(tiff_, std::move(subjectFile))) {
+        case TiffOpening::Missing:
+            return SubjectReport(SubjectEnd::Missing);
+        case TiffOpening::Unopenable:
+            return SubjectReport(SubjectEnd::Unopenable);
+        case TiffOpening::Refused:
+            return SubjectReport(SubjectEnd::Refused, tiff_.errstr);
+        default:
+            break;
+    }
+    SubjectWindow* window = settings_.window;
+    if (window) window->SubjectOpened();
+    const std::string refusal = SubjectRefusalText(settings_.white, tiff_);
+    if (!refusal.empty()) return SubjectReport(SubjectEnd::Unfit, refusal);
+    if (window) window->SubjectAccepted(tiff_);
+
+    const FolderItem& subject = *tiff_.fi;
+    SubjectReport report(SubjectEnd::Written);
+    report.output = OutputFor(subject, report.end);
+    if (report.end != SubjectEnd::Written) return report;
+    const FolderItem& output = *report.output;
+    host_.SetSubjectStatus("Preparing file: " + output.Name());
+    // A save dialog may have pointed at the subject itself, which is never
+    // written to: it is passed over like an output that can't be written.
+    if (SameFile(subject, output))
+        report.end = SubjectEnd::IsSubject;
+    else if (SpecialFile(output))
+        report.end = SubjectEnd::NotWriteable;
+    else if (settings_.placement == OutputPlacement::UnderFinalName)
+        report.end = WriteUnderFinalName(subject, output);
+    else
+        report.end = WriteBeside(subject, output);
+    return report;
+}
+
+// The output's file inside the output folder (a name that would lead out of it
+// gives none). Under the final name, one that exists is replaced by the user's
+// choice in a save dialog, whose cancel gives nil and so ends the batch at its
+// first use; beside it, one that exists is kept unless replacing was asked for.
+std::shared_ptr<FolderItem> SubjectRoad::OutputFor(const FolderItem& subject, SubjectEnd& end) {
+    const std::string name = CreateOutputFileName(subject.Name());
+    auto output = settings_.outputFolder.Child(name);
+    if (!output) {
+        end = SubjectEnd::NoOutputName;
+        return nullptr;
+    }
+    if (!output->Exists()) return output;
+    if (settings_.placement == OutputPlacement::UnderFinalName) {
+        SubjectWindow* window = settings_.window;
+        output = window ? window->InsteadOfExisting(name) : nullptr;
+        if (!output) throw NilObjectException();
+    } else if (!settings_.overwrite) {
+        end = SubjectEnd::OutputKept;
+    }
+    return output;
+}
+
+// The rows are rewritten in place, so everything else in the output is what
+// the copy put there: a copy cut short (a full disk, a file size limit, a
+// place that takes no file) would pass its loss on as a finished file.
+SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& subject, const FolderItem& output) {
+    if (!subject.CopyFileTo(output)) {
+        EndRow();
+        return SubjectEnd::CopyFailed;
+    }
+    if (!output.IsWriteable()) return SubjectEnd::NotWriteable;
+    return Rewrite(output, output.Name());
+}
+
+SubjectEnd SubjectRoad::WriteBeside(const FolderItem& subject, const FolderItem& output) {
+    std::string hidden = ".";
+    hidden.append(output.Name()).append(".").append(std::to_string(::getpid()));
+    hidden.append("-").append(std::to_string(settings_.jobNumber)).append(".part");
+    const auto copy = settings_.outputFolder.Child(hidden);
+    if (!copy) return SubjectEnd::CopyFailed;
+    SubjectEnd end = SubjectEnd::CopyFailed;
+    try {
+        if (subject.CopyFileTo(*copy))
+            end = Rewrite(*copy, output.Name());
+        else
+            EndRow();
+    } catch (...) {
+        Discard(*copy);
+        throw;
+    }
+    if (end == SubjectEnd::Written && !Publish(*copy, output)) end = SubjectEnd::Appeared;
+    if (end != SubjectEnd::Written) Discard(*copy);
+    return end;
+}
+
+SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outputName) {
+    const auto stream = BinaryStream::Open(copy, true);
+    std::shared_ptr<BinaryStream> ownWhite;
+    BinaryStream* white = WhiteRows(ownWhite);
+    if (!stream || !white) {
+        EndRow();
+        return SubjectEnd::NoStream;
+    }
+    std::shared_ptr<Picture> unseen;
+    std::shared_ptr<Picture>& preview =
+        settings_.window ? settings_.window->ResultPicture() : unseen;
+    const RowPassFiles files{tiff_, *white, settings_.white.ImageOffset, *stream, outputName};
+    const RowPassEnd end = RunRowPass(files, settings_.targetLevel, host_, preview);
+    if (end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
+    EndRow();
+    return end == RowPassEnd::Written ? SubjectEnd::Written : SubjectEnd::WriteFailed;
+}
+
+// The white card's rows: the stream the run shares, or one of this subject's own.
+BinaryStream* SubjectRoad::WhiteRows(std::shared_ptr<BinaryStream>& own) const {
+    if (settings_.whiteRows) return settings_.whiteRows;
+    own = BinaryStream::Open(Deref(settings_.white.fi));
+    if (own) own->LittleEndian = settings_.white.LittleEndian;
+    return own.get();
+}
+
+// Gives the finished copy its name in one step. Without overwrite an output
+// that appeared in the meantime is left alone, where the file system can
+// promise that; elsewhere the earlier test for an existing file has to do.
+bool SubjectRoad::Publish(const FolderItem& copy, const FolderItem& output) const {
+    const char* from = copy.Path().c_str();
+    const char* to = output.Path().c_str();
+    if (settings_.overwrite) return std::rename(from, to) == 0;
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    return !output.Exists() && std::rename(from, to) == 0;
+}
+
+void SubjectRoad::EndRow() {
+    host_.EqualizeProgress().SetVisible(false);
+    host_.SetSubjectStatus("");
+}
+}  // namespace
+
+SubjectReport EqualizeSubjectFile(TiffFile& tiff, std::shared_ptr<FolderItem> subject,
+                                  const SubjectSettings& settings, RowPassHost& host) {
+    return SubjectRoad(tiff, settings, host).Run(std::move(subject));
+}
