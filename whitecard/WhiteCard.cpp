@@ -57,6 +57,14 @@ std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& er
             error = RefusalText(verdict, *candidate);
             return nullptr;
         }
+        // A card without pixels has no brightest sample to aim at and no row
+        // to correct by.
+        if (candidate->ImageWidth <= 0 || candidate->ImageHeight <= 0) {
+            error = "Error: The white card image has no pixels: " +
+                    std::to_string(candidate->ImageWidth) + " x " +
+                    std::to_string(candidate->ImageHeight) + " pixels";
+            return nullptr;
+        }
         candidate->FindMaxLuminanceDisk();
     } catch (const NilObjectException&) {
         error = unopened;

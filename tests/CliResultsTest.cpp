@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "EqualizeCommand.h"
+#include "ProgressLine.h"
+#include "support/LibtiffFiles.h"
+#include "support/TempFolder.h"
+
+namespace {
+using nlohmann::json;
+const std::string kSamples = BRISAVANE_SAMPLES;
+
+struct Lines {
+    int code;
+    std::vector<std::string> lines;
+};
+
+Lines Equalize(const std::vector<std::string>& args) {
+    std::ostringstream out, err;
+    const int code = RunEqualize(args, out, err, nullptr);
+    EXPECT_EQ(err.str(), "");
+    Lines run{code, {}};
+    std::istringstream in(out.str());
+    for (std::string line; std::getline(in, line);) run.lines.push_back(line);
+    return run;
+}
+
+// One subject on the command line, the others from a list with blank lines,
+// a CRLF ending, a subject of another size and a name that neither exists
+// nor is UTF-8.
+class CliResults : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::ofstream(folder / "list") << kSamples << "/subjects/chart_16bit.tif\n\n  \n"
+                                       << (folder / "small.tif").string() << "\r\n"
+                                       << (folder / "missing-\xff.tif").string() << "\n";
+        std::filesystem::create_directory(folder / "out");
+        WriteWithLibtiff(folder / "small.tif", PatternImage(2, 2, 16));
+    }
+    std::vector<std::string> Args(std::vector<std::string> more) const {
+        more.insert(more.begin(), {"--white", kSamples + "/white_card.tif", "--output",
+                                   folder / "out", "--files-from", folder / "list",
+                                   kSamples + "/subjects/chart_16bit_big_endian.tif"});
+        return more;
+    }
+    TempFolder folder;
+};
+
+TEST_F(CliResults, JsonObjectsSayWhatTheLinesSay) {
+    const Lines text = Equalize(Args({}));
+    const Lines objects = Equalize(Args({"--json", "--overwrite"}));
+    EXPECT_EQ(text.code, 1);
+    EXPECT_EQ(objects.code, 1);
+    ASSERT_EQ(text.lines.size(), 4u);
+    ASSERT_EQ(objects.lines.size(), 5u);
+    std::string statuses;
+    for (std::size_t k = 0; k < 4; ++k) {
+        const json o = json::parse(objects.lines[k]);
+        const bool written = o["status"] == "written";
+        std::string detail = written ? " " : ": ";
+        detail += o[written ? "output" : "reason"].get<std::string>();
+        const std::string line =
+            o["name"].get<std::string>() + ": " + o["status"].get<std::string>() + detail;
+        // the name that isn't UTF-8 comes back with U+FFFD for its stray byte
+        std::string expected = text.lines[k];
+        if (const auto bad = expected.find('\xff'); bad != std::string::npos)
+            expected = expected.substr(0, bad) + "\uFFFD" + expected.substr(bad + 1);
+        EXPECT_EQ(line, expected);
+        EXPECT_TRUE(o[written ? "reason" : "output"].is_null());
+        EXPECT_EQ(o["notes"], json::array());
+        EXPECT_EQ(o["figures"], json::object());
+        EXPECT_GE(o["seconds"].get<double>(), 0.0);
+        statuses += o["status"].get<std::string>() + " ";
+    }
+    EXPECT_EQ(statuses, "written written failed skipped ");
+    EXPECT_EQ(text.lines[3].substr(text.lines[3].find(": ")), ": skipped: no such file");
+    const json totals = json::parse(objects.lines[4]);
+    EXPECT_EQ(totals["totals"]["written"], 2);
+    EXPECT_EQ(totals["totals"]["failed"], 1);
+    EXPECT_EQ(totals["totals"]["skipped"], 1);
+}
+
+// A re-run after an interruption: what is there counts as done and stays
+// untouched, the rest is written, and the run succeeds.
+TEST_F(CliResults, SkipExistingFinishesWhatIsMissing) {
+    const std::string chart = kSamples + "/subjects/chart_16bit.tif";
+    const auto output = folder / "out/chart_16bit_eq.tif";
+    ASSERT_EQ(Equalize(Args({})).lines.size(), 4u);
+    std::filesystem::remove(folder / "out/chart_16bit_big_endian_eq.tif");
+    std::filesystem::last_write_time(output, std::filesystem::file_time_type());
+    const Lines rerun =
+        Equalize({"--white", kSamples + "/white_card.tif", "--output", folder / "out",
+                  "--skip-existing", chart, kSamples + "/subjects/chart_16bit_big_endian.tif"});
+    EXPECT_EQ(rerun.code, 0);
+    ASSERT_EQ(rerun.lines.size(), 2u);
+    EXPECT_EQ(rerun.lines[0], "chart_16bit.tif: skipped: " + output.string() + " exists");
+    EXPECT_EQ(rerun.lines[1].find("chart_16bit_big_endian.tif: written "), 0u);
+    EXPECT_EQ(std::filesystem::last_write_time(output), std::filesystem::file_time_type());
+}
+
+TEST(ProgressLine, FilesRowsAndTimeLeftAtMostTenTimesASecond) {
+    std::ostringstream terminal;
+    ProgressLine::Clock::time_point now{};
+    ProgressLine line(&terminal, 2, [&] { return now; });
+    now += std::chrono::seconds(1);
+    line.Rows(0, "a.tif", 1, 4);  // 1/8 of the work in 1 s
+    now += std::chrono::milliseconds(50);
+    line.Rows(0, "a.tif", 2, 4);  // too soon to draw
+    line.Finished(0);
+    line.Above([&] { terminal << "a.tif: written\n"; });
+    now = ProgressLine::Clock::time_point(std::chrono::seconds(3));
+    line.Rows(1, "b.tif", 2, 4);  // 3/4 of the work in 3 s
+    line.Clear();
+    EXPECT_EQ(terminal.str(),
+              "\r\033[K0 of 2 files done  a.tif: row 1 of 4  about 0:07 left"
+              "\r\033[Ka.tif: written\n"
+              "\r\033[K1 of 2 files done  b.tif: row 2 of 4  about 0:01 left\r\033[K");
+}
+}  // namespace
