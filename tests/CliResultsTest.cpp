@@ -29,29 +29,25 @@ Lines Equalize(const std::vector<std::string>& args) {
 }
 
 // One subject on the command line, the others from a list with blank lines,
-// a CRLF ending, a subject of another size and a name that neither exists
-// nor is UTF-8.
-class CliResults : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        std::ofstream(folder / "list") << kSamples << "/subjects/chart_16bit.tif\n\n  \n"
-                                       << (folder / "small.tif").string() << "\r\n"
-                                       << (folder / "missing-\xff.tif").string() << "\n";
-        std::filesystem::create_directory(folder / "out");
-        WriteWithLibtiff(folder / "small.tif", PatternImage(2, 2, 16));
-    }
-    std::vector<std::string> Args(std::vector<std::string> more) const {
-        more.insert(more.begin(), {"--white", kSamples + "/white_card.tif", "--output",
-                                   folder / "out", "--files-from", folder / "list",
-                                   kSamples + "/subjects/chart_16bit_big_endian.tif"});
-        return more;
-    }
+// a CRLF ending, a subject of another size and a name that neither exists nor
+// is UTF-8: the same run as lines and as JSON objects.
+TEST(CliResults, JsonObjectsSayWhatTheLinesSay) {
     TempFolder folder;
-};
-
-TEST_F(CliResults, JsonObjectsSayWhatTheLinesSay) {
-    const Lines text = Equalize(Args({}));
-    const Lines objects = Equalize(Args({"--json", "--overwrite"}));
+    std::ofstream(folder / "list") << kSamples << "/subjects/chart_16bit.tif\n\n  \n"
+                                   << (folder / "small.tif").string() << "\r\n"
+                                   << (folder / "missing-\xff.tif").string() << "\n";
+    WriteWithLibtiff(folder / "small.tif", PatternImage(2, 2, 16));
+    std::filesystem::create_directory(folder / "out");
+    std::vector<std::string> args = {"--white",
+                                     kSamples + "/white_card.tif",
+                                     "--output",
+                                     folder / "out",
+                                     "--files-from",
+                                     folder / "list",
+                                     kSamples + "/subjects/chart_16bit_big_endian.tif"};
+    const Lines text = Equalize(args);
+    args.insert(args.end(), {"--json", "--overwrite"});
+    const Lines objects = Equalize(args);
     EXPECT_EQ(text.code, 1);
     EXPECT_EQ(objects.code, 1);
     ASSERT_EQ(text.lines.size(), 4u);
@@ -60,45 +56,21 @@ TEST_F(CliResults, JsonObjectsSayWhatTheLinesSay) {
     for (std::size_t k = 0; k < 4; ++k) {
         const json o = json::parse(objects.lines[k]);
         const bool written = o["status"] == "written";
-        std::string detail = written ? " " : ": ";
-        detail += o[written ? "output" : "reason"].get<std::string>();
-        const std::string line =
-            o["name"].get<std::string>() + ": " + o["status"].get<std::string>() + detail;
+        std::string line = o["name"].get<std::string>() + ": " + o["status"].get<std::string>();
+        line += (written ? " " : ": ") + o[written ? "output" : "reason"].get<std::string>();
         // the name that isn't UTF-8 comes back with U+FFFD for its stray byte
         std::string expected = text.lines[k];
         if (const auto bad = expected.find('\xff'); bad != std::string::npos)
             expected = expected.substr(0, bad) + "\uFFFD" + expected.substr(bad + 1);
         EXPECT_EQ(line, expected);
         EXPECT_TRUE(o[written ? "reason" : "output"].is_null());
-        EXPECT_EQ(o["notes"], json::array());
-        EXPECT_EQ(o["figures"], json::object());
-        EXPECT_GE(o["seconds"].get<double>(), 0.0);
+        EXPECT_EQ(o["notes"].dump() + o["figures"].dump(), "[]{}");
         statuses += o["status"].get<std::string>() + " ";
     }
     EXPECT_EQ(statuses, "written written failed skipped ");
-    EXPECT_EQ(text.lines[3].substr(text.lines[3].find(": ")), ": skipped: no such file");
-    const json totals = json::parse(objects.lines[4]);
-    EXPECT_EQ(totals["totals"]["written"], 2);
-    EXPECT_EQ(totals["totals"]["failed"], 1);
-    EXPECT_EQ(totals["totals"]["skipped"], 1);
-}
-
-// A re-run after an interruption: what is there counts as done and stays
-// untouched, the rest is written, and the run succeeds.
-TEST_F(CliResults, SkipExistingFinishesWhatIsMissing) {
-    const std::string chart = kSamples + "/subjects/chart_16bit.tif";
-    const auto output = folder / "out/chart_16bit_eq.tif";
-    ASSERT_EQ(Equalize(Args({})).lines.size(), 4u);
-    std::filesystem::remove(folder / "out/chart_16bit_big_endian_eq.tif");
-    std::filesystem::last_write_time(output, std::filesystem::file_time_type());
-    const Lines rerun =
-        Equalize({"--white", kSamples + "/white_card.tif", "--output", folder / "out",
-                  "--skip-existing", chart, kSamples + "/subjects/chart_16bit_big_endian.tif"});
-    EXPECT_EQ(rerun.code, 0);
-    ASSERT_EQ(rerun.lines.size(), 2u);
-    EXPECT_EQ(rerun.lines[0], "chart_16bit.tif: skipped: " + output.string() + " exists");
-    EXPECT_EQ(rerun.lines[1].find("chart_16bit_big_endian.tif: written "), 0u);
-    EXPECT_EQ(std::filesystem::last_write_time(output), std::filesystem::file_time_type());
+    json totals = json::parse(objects.lines[4])["totals"];
+    totals.erase("seconds");
+    EXPECT_EQ(totals.dump(), R"({"failed":1,"skipped":1,"written":2})");
 }
 
 TEST(ProgressLine, FilesRowsAndTimeLeftAtMostTenTimesASecond) {
