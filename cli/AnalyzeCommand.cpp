@@ -58,12 +58,11 @@ bool WritePictures(TiffFile& white, const AnalyzeOptions& options, std::ostream&
 
 int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     AnalyzeOptions options;
-    CommandParser parser(
-        "Prints the white card's size, brightest and darkest green sample and "
-        "where the brightest lies.",
-        kAnalyzeUsage);
-    options.Declare(parser.App());
-    if (const auto exit = parser.Parse(args, out, err)) return *exit;
+    CommandParser parser("brisavane-cli analyze",
+                         "Prints the white card's size, brightest and darkest green sample and "
+                         "where the brightest lies.",
+                         kAnalyzeUsage);
+    if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
     std::string error;
     const auto white = LoadWhiteCard(options.white, error);
     if (!white) {

@@ -1,12 +1,11 @@
 #include "CommandLine.h"
 
-#include <CLI/CLI.hpp>
 #include <functional>
 
 #include "AnalyzeCommand.h"
+#include "CommandParser.h"
 #include "EqualizeCommand.h"
 #include "EqualizeOptions.h"
-#include "ExitCodes.h"
 #include "InfoCommand.h"
 #include "Version.h"
 
@@ -30,35 +29,12 @@ const std::vector<Command>& Commands() {
     return commands;
 }
 
-void PrintUsage(std::ostream& out) {
-    const char* lead = "usage: ";
-    for (const Command& command : Commands()) {
-        out << lead << command.usage << "\n";
-        lead = "       ";
-    }
-}
-
-// The program's own options: --help and --version, with the commands listed.
-int RunTopLevel(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    CLI::App app("Equalize lens and light falloff in TIFF images.", "brisavane-cli");
-    app.set_version_flag("--version", std::string("brisavane-cli ") + kBrisavaneVersion,
-                         "Print the version and exit.");
-    for (const Command& command : Commands()) app.add_subcommand(command.name, command.sentence);
-    app.footer("Run brisavane-cli COMMAND --help for the options of a command.");
-    std::vector<std::string> reversed(args.rbegin(), args.rend());
-    try {
-        app.parse(reversed);
-    } catch (const CLI::CallForHelp&) {
-        out << app.help();
-        return kExitOk;
-    } catch (const CLI::CallForVersion& e) {
-        out << e.what() << "\n";
-        return kExitOk;
-    } catch (const CLI::ParseError& e) {
-        err << "brisavane-cli: " << e.what() << "\n";
-    }
-    PrintUsage(err);
-    return kExitUnusable;
+// The usage lines of all commands, one under the other.
+std::string Usage() {
+    std::string usage;
+    for (const Command& command : Commands())
+        usage.append(usage.empty() ? "" : "\n       ").append(command.usage);
+    return usage;
 }
 }  // namespace
 
@@ -67,10 +43,16 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
     const std::vector<std::string> rest(args.begin() + (args.empty() ? 0 : 1), args.end());
     for (const Command& command : Commands())
         if (!args.empty() && args[0] == command.name) return command.run(rest, out, err, terminal);
-    if (!args.empty() && !args[0].starts_with("-")) {
-        err << "brisavane-cli: unknown command '" << args[0] << "'\n";
-        PrintUsage(err);
-        return kExitUnusable;
-    }
-    return RunTopLevel(args, out, err);
+    // The program's own options: --help lists the commands, --version.
+    CommandParser parser("brisavane-cli", "Equalize lens and light falloff in TIFF images.",
+                         Usage());
+    CLI::App& app = parser.App();
+    app.set_version_flag("--version", std::string("brisavane-cli ") + kBrisavaneVersion,
+                         "Print the version and exit.");
+    for (const Command& command : Commands()) app.add_subcommand(command.name, command.sentence);
+    app.footer("Run brisavane-cli COMMAND --help for the options of a command.\n");
+    if (!args.empty() && !args[0].starts_with("-"))
+        return parser.Refuse("unknown command '" + args[0] + "'", err);
+    if (const auto exit = parser.Parse(args, out, err)) return *exit;
+    return parser.Refuse("a COMMAND is needed", err);
 }

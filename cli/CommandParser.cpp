@@ -5,11 +5,6 @@
 #include "ExitCodes.h"
 
 namespace {
-// The command's words as "brisavane-cli analyze" from the usage line.
-std::string CommandName(const std::string& usage) {
-    return usage.substr(0, usage.find(' ', usage.find(' ') + 1));
-}
-
 // CLI11 says "At Most 1 required but received 2" of an option given twice;
 // this says which option, in words.
 std::optional<std::string> Repeated(const CLI::App& app) {
@@ -28,8 +23,9 @@ bool WholeNumberOf(const std::string& text, Number& value) {
 }
 }  // namespace
 
-CommandParser::CommandParser(const std::string& description, const std::string& usage)
-    : app_(description, CommandName(usage)), usage_(usage) {}
+CommandParser::CommandParser(const std::string& name, const std::string& description,
+                             const std::string& usage)
+    : app_(description, name), usage_(usage) {}
 
 std::optional<int> CommandParser::Parse(const std::vector<std::string>& args, std::ostream& out,
                                         std::ostream& err) {
@@ -38,6 +34,9 @@ std::optional<int> CommandParser::Parse(const std::vector<std::string>& args, st
         app_.parse(reversed);
     } catch (const CLI::CallForHelp&) {
         out << app_.help();
+        return kExitOk;
+    } catch (const CLI::CallForVersion& e) {
+        out << e.what() << "\n";
         return kExitOk;
     } catch (const CLI::ArgumentMismatch& e) {
         return Refuse(Repeated(app_).value_or(e.what()), err);

@@ -194,10 +194,10 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
 int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
                 std::ostream* terminal) {
     EqualizeOptions options;
-    CommandParser parser("Equalizes each SUBJECT into DIR as the window's Process does.",
+    CommandParser parser("brisavane-cli equalize",
+                         "Equalizes each SUBJECT into DIR as the window's Process does.",
                          kEqualizeUsage);
-    options.Declare(parser.App());
-    if (const auto exit = parser.Parse(args, out, err)) return *exit;
+    if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
     if (const std::string missing = options.Missing(); !missing.empty())
         return parser.Refuse(missing, err);
     return EqualizeWith(options, parser, {out, err, terminal});

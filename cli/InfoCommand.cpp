@@ -109,10 +109,10 @@ int WriteProfile(TiffFile& tiff, const std::string& path, std::ostream& err) {
 
 int RunInfo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
     InfoArgs parsed;
-    CommandParser parser("Prints what the reader makes of a TIFF file, one line a property.",
+    CommandParser parser("brisavane-cli info",
+                         "Prints what the reader makes of a TIFF file, one line a property.",
                          kInfoUsage);
-    parsed.Declare(parser.App());
-    if (const auto exit = parser.Parse(args, out, err)) return *exit;
+    if (const auto exit = parser.Parse(parsed, args, out, err)) return *exit;
     try {
         TiffFile tiff;
         tiff.fi = ItemFor(parsed.file);

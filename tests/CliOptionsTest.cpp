@@ -42,7 +42,7 @@ const std::string kNoPixels = "Error: The white card image has no pixels: 0 x 0 
 INSTANTIATE_TEST_SUITE_P(
     Lines, CliOptions,
     ::testing::Values(
-        OptionsCase{"Nothing", "", 2, "", "usage: brisavane-cli analyze WHITE"},
+        OptionsCase{"Nothing", "", 2, "", "brisavane-cli: a COMMAND is needed\n"},
         OptionsCase{"Help", "--help", 0, "\n  equalize ", ""},
         OptionsCase{"Version", "--version", 0, std::string("brisavane-cli ") + kBrisavaneVersion,
                     ""},
