@@ -1,7 +1,5 @@
 #include "CommandParser.h"
 
-#include <charconv>
-
 #include "ExitCodes.h"
 
 namespace {
@@ -13,13 +11,6 @@ std::optional<std::string> Repeated(const CLI::App& app) {
             option->count() > 1)
             return option->get_name() + " is given more than once; it takes one value";
     return std::nullopt;
-}
-
-template <class Number>
-bool WholeNumberOf(const std::string& text, Number& value) {
-    const char* end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == end;
 }
 }  // namespace
 
@@ -56,12 +47,4 @@ CLI::Validator NonEmptyPath() {
     return CLI::Validator(
         [](const std::string& path) { return path.empty() ? std::string("needs a path") : ""; },
         "");
-}
-
-bool WholeNumber(const std::string& text, double& value) {
-    return WholeNumberOf(text, value);
-}
-
-bool WholeNumber(const std::string& text, int& value) {
-    return WholeNumberOf(text, value);
 }

@@ -39,8 +39,3 @@ class CommandParser {
 
 // Refuses an empty word where a path is needed.
 CLI::Validator NonEmptyPath();
-
-// The whole text is a plain decimal number: "12x", "0x10" and " 5" are
-// refused, not read in part or in another base.
-bool WholeNumber(const std::string& text, double& value);
-bool WholeNumber(const std::string& text, int& value);

@@ -147,6 +147,7 @@ void SettleClashes(const std::vector<std::string>& subjects, const FolderItem& f
 // the list can't be read.
 bool AddListedSubjects(const std::string& list, std::vector<std::string>& subjects) {
     if (list.empty()) return true;
+    if (std::filesystem::is_directory(list)) return false;
     std::ifstream file;
     if (list != "-") file.open(list);
     std::istream& in = list == "-" ? std::cin : file;

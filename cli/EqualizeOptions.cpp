@@ -1,10 +1,20 @@
 #include "EqualizeOptions.h"
 
+#include <charconv>
 #include <cmath>
 
 #include "CommandParser.h"
 
 namespace {
+// The whole text is a plain decimal number: "12x", "0x10" and " 5" are
+// refused, not read in part or in another base.
+template <class Number>
+bool WholeNumber(const std::string& text, Number& value) {
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+}
+
 double Percent(const std::string& text) {
     double percent = 0.0;
     if (!WholeNumber(text, percent) || !std::isfinite(percent) || percent < 0.0)

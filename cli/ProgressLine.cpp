@@ -1,5 +1,6 @@
 #include "ProgressLine.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
