@@ -1,7 +1,6 @@
 #include "AnalyzeCommand.h"
 
-#include <optional>
-
+#include "CommandParser.h"
 #include "ExitCodes.h"
 #include "NumberText.h"
 #include "PngFile.h"
@@ -9,8 +8,6 @@
 #include "WhiteCard.h"
 
 namespace {
-constexpr const char* kAnalyzeUsage =
-    "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]";
 // The white card's canvas in the window.
 constexpr std::int64_t kPreviewRoom = 230;
 
@@ -19,22 +16,20 @@ struct AnalyzeOptions {
     std::string white;
     std::string preview;
     std::string toneMap;
-};
 
-// WHITE, then each picture option at most once, in either order.
-std::optional<AnalyzeOptions> ParseAnalyze(const std::vector<std::string>& args) {
-    if (args.empty()) return std::nullopt;
-    AnalyzeOptions options{args[0], "", ""};
-    for (std::size_t k = 1; k < args.size(); k += 2) {
-        std::string* path = args[k] == "--preview"    ? &options.preview
-                            : args[k] == "--tone-map" ? &options.toneMap
-                                                      : nullptr;
-        if (!path || !path->empty() || k + 1 >= args.size() || args[k + 1].empty())
-            return std::nullopt;
-        *path = args[k + 1];
+    void Declare(CLI::App& app) {
+        app.add_option("WHITE", white, "The white card: a TIFF of an evenly lit white card.")
+            ->required();
+        app.add_option("--preview", preview,
+                       "Also write the white card's preview, as the window shows it, to PNG.")
+            ->type_name("PNG")
+            ->check(NonEmptyPath());
+        app.add_option("--tone-map", toneMap,
+                       "Also write the false-colour map of how evenly the card is lit to PNG.")
+            ->type_name("PNG")
+            ->check(NonEmptyPath());
     }
-    return options;
-}
+};
 
 bool WritePicture(const Picture& picture, const std::string& path, std::ostream& err) {
     if (WritePng(picture, path)) return true;
@@ -62,13 +57,14 @@ bool WritePictures(TiffFile& white, const AnalyzeOptions& options, std::ostream&
 }  // namespace
 
 int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    const std::optional<AnalyzeOptions> options = ParseAnalyze(args);
-    if (!options) {
-        err << kAnalyzeUsage << "\n";
-        return kExitUnusable;
-    }
+    AnalyzeOptions options;
+    CommandParser parser("brisavane-cli analyze",
+                         "Prints the white card's size, brightest and darkest green sample and "
+                         "where the brightest lies.",
+                         kAnalyzeUsage);
+    if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
     std::string error;
-    const auto white = LoadWhiteCard(options->white, error);
+    const auto white = LoadWhiteCard(options.white, error);
     if (!white) {
         err << error << "\n";
         return kExitUnusable;
@@ -77,5 +73,5 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
         << "Maximum: " << MaxValText(*white) << "\n"
         << "Minimum: " << CStr(white->MinLuminance) << "\n"
         << "Location: " << MaxLocText(*white) << "\n";
-    return WritePictures(*white, *options, err) ? kExitOk : kExitSomeFailed;
+    return WritePictures(*white, options, err) ? kExitOk : kExitSomeFailed;
 }

@@ -2,35 +2,47 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <thread>
 
+#include "CommandParser.h"
 #include "Correction.h"
 #include "EqualizeOptions.h"
 #include "ExitCodes.h"
+#include "JsonResults.h"
 #include "OutputFileName.h"
+#include "ResultLines.h"
 #include "SubjectFiles.h"
 #include "SubjectJob.h"
 #include "TerminalHost.h"
 #include "WhiteCard.h"
 
 namespace {
-// Runs the subjects on a number of threads and prints each result line as soon
-// as every line before it is out, so the output keeps the order given.
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Runs the subjects on a number of threads and prints each result as soon as
+// every one before it is out, so the output keeps the order given.
 class SubjectRun {
   public:
     SubjectRun(const std::vector<std::string>& subjects, const JobSettings& settings,
-               std::ostream& out, std::ostream* terminal)
+               std::ostream& out, std::ostream* terminal, bool json)
         : subjects_(subjects),
           settings_(settings),
           out_(out),
-          terminal_(terminal),
+          json_(json),
+          progress_(terminal, subjects.size()),
           results_(subjects.size()) {}
 
-    // True when every subject was written.
+    // True when every subject was written or counted as done.
     bool Run(int jobs);
     // Marks a subject as done before any job starts.
     void Settle(std::size_t index, SubjectResult result) { results_[index] = std::move(result); }
@@ -42,22 +54,27 @@ class SubjectRun {
     const std::vector<std::string>& subjects_;
     const JobSettings& settings_;
     std::ostream& out_;
-    std::ostream* terminal_;
+    bool json_;
+    ProgressLine progress_;
     std::vector<std::optional<SubjectResult>> results_;
     std::atomic<std::size_t> next_{0};
     std::size_t printed_ = 0;
-    bool allWritten_ = true;
-    std::mutex lock_;          // results_, printed_, allWritten_, out_
-    std::mutex terminalLock_;  // the progress line
+    bool allDone_ = true;
+    RunTotals totals_;
+    std::mutex lock_;  // results_, printed_, allDone_, totals_, out_
 };
 
 void SubjectRun::Report(std::size_t index, SubjectResult result) {
+    progress_.Finished(index);
     const std::lock_guard<std::mutex> hold(lock_);
     results_[index] = std::move(result);
     while (printed_ < results_.size() && results_[printed_]) {
         const SubjectResult& ready = *results_[printed_++];
-        if (ready.outcome != SubjectOutcome::Written) allWritten_ = false;
-        out_ << ready.line << "\n" << std::flush;
+        if (ready.outcome != SubjectOutcome::Written && !ready.done) allDone_ = false;
+        totals_.Add(ready);
+        progress_.Above([&] {
+            out_ << (json_ ? JsonLine(ready) : ResultLine(ready)) << "\n" << std::flush;
+        });
     }
 }
 
@@ -67,13 +84,17 @@ void SubjectRun::Work() {
             Report(k, *results_[k]);
             continue;
         }
+        const Clock::time_point start = Clock::now();
         const std::string name = std::filesystem::path(subjects_[k]).filename().string();
-        TerminalHost host(terminal_, terminalLock_, name);
-        Report(k, EqualizeSubject(subjects_[k], settings_, host, k));
+        TerminalHost host(progress_, k, name);
+        SubjectResult result = EqualizeSubject(subjects_[k], settings_, host, k);
+        result.seconds = SecondsSince(start);
+        Report(k, std::move(result));
     }
 }
 
 bool SubjectRun::Run(int jobs) {
+    const Clock::time_point start = Clock::now();
     const std::size_t threads =
         std::min<std::size_t>(static_cast<std::size_t>(jobs), subjects_.size());
     {
@@ -81,8 +102,12 @@ bool SubjectRun::Run(int jobs) {
         for (std::size_t t = 1; t < threads; ++t) pool.emplace_back([this] { Work(); });
         Work();
     }
-    return allWritten_;
+    progress_.Clear();
+    totals_.seconds = SecondsSince(start);
+    if (json_) out_ << JsonTotals(totals_) << "\n" << std::flush;
+    return allDone_;
 }
+
 std::filesystem::path Resolved(const std::filesystem::path& path) {
     std::error_code ec;
     const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(path), ec);
@@ -92,9 +117,10 @@ std::filesystem::path Resolved(const std::filesystem::path& path) {
 // Outputs that would clash are settled before any job starts, so parallel jobs
 // never race for one file: of two subjects with one output name (a.tif and
 // a.tiff) the first one given keeps it, and an output that would replace one
-// of the subjects themselves is never written.
+// of the subjects themselves is never written. With --skip-existing an output
+// already there stands for a subject done by an earlier run.
 void SettleClashes(const std::vector<std::string>& subjects, const FolderItem& folder,
-                   SubjectRun& run) {
+                   bool skipExisting, SubjectRun& run) {
     std::set<std::filesystem::path> inputs;
     for (const std::string& subject : subjects) inputs.insert(Resolved(subject));
     std::map<std::string, std::string> owners;
@@ -102,33 +128,54 @@ void SettleClashes(const std::vector<std::string>& subjects, const FolderItem& f
         const std::string name = std::filesystem::path(subjects[k]).filename().string();
         const std::string output = CreateOutputFileName(name);
         const auto [owner, fresh] = owners.emplace(output, name);
-        if (!fresh)
-            run.Settle(k, {SubjectOutcome::Skipped,
-                           name + ": skipped: " + owner->second + " has the same output name"});
-        else if (inputs.count(Resolved(folder.Path() / output)))
-            run.Settle(k, {SubjectOutcome::Skipped,
-                           name + ": skipped: its output would replace the subject " + output});
+        const auto target = folder.Child(output);
+        if (!fresh) {
+            run.Settle(k,
+                       SubjectResult::Skipped(name, owner->second + " has the same output name"));
+        } else if (inputs.count(Resolved(folder.Path() / output))) {
+            run.Settle(
+                k, SubjectResult::Skipped(name, "its output would replace the subject " + output));
+        } else if (skipExisting && target && target->Exists()) {
+            SubjectResult done = SubjectResult::Skipped(name, target->NativePath() + " exists");
+            done.done = true;
+            run.Settle(k, std::move(done));
+        }
     }
 }
-}  // namespace
 
-int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
-                std::ostream* terminal) {
-    EqualizeOptions options;
-    std::string error;
-    if (!options.Parse(args, error)) {
-        err << "brisavane-cli equalize: " << error << "\n" << kEqualizeUsage << "\n";
-        return kExitUnusable;
-    }
+// The subjects of --files-from, after those on the command line; false when
+// the list can't be read.
+bool AddListedSubjects(const std::string& list, std::vector<std::string>& subjects) {
+    if (list.empty()) return true;
+    if (std::filesystem::is_directory(list)) return false;
+    std::ifstream file;
+    if (list != "-") file.open(list);
+    std::istream& in = list == "-" ? std::cin : file;
+    if (!in) return false;
+    const std::vector<std::string> listed = ReadSubjectList(in);
+    subjects.insert(subjects.end(), listed.begin(), listed.end());
+    return !in.bad();
+}
+
+struct Streams {
+    std::ostream& out;
+    std::ostream& err;
+    std::ostream* terminal;
+};
+
+int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const Streams& io) {
+    if (!AddListedSubjects(options.fileList, options.subjects))
+        return parser.Refuse("can't read the list of subjects " + options.fileList, io.err);
     const auto folder = GetFolderItem(std::filesystem::absolute(options.output).string());
     if (!folder || !folder->Directory()) {
-        err << "brisavane-cli equalize: the output folder doesn't exist: " << options.output
-            << "\n";
+        io.err << "brisavane-cli equalize: the output folder doesn't exist: " << options.output
+               << "\n";
         return kExitUnusable;
     }
+    std::string error;
     const auto white = LoadWhiteCard(options.white, error);
     if (!white) {
-        err << error << "\n";
+        io.err << error << "\n";
         return kExitUnusable;
     }
     const JobSettings settings{
@@ -136,10 +183,23 @@ int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::os
         *folder, options.overwrite};
     const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
     if (subjects.empty()) {
-        err << "brisavane-cli equalize: no subject file found\n";
+        io.err << "brisavane-cli equalize: no subject file found\n";
         return kExitSomeFailed;
     }
-    SubjectRun run(subjects, settings, out, terminal);
-    SettleClashes(subjects, *folder, run);
+    SubjectRun run(subjects, settings, io.out, io.terminal, options.json);
+    SettleClashes(subjects, *folder, options.skipExisting, run);
     return run.Run(options.jobs) ? kExitOk : kExitSomeFailed;
+}
+}  // namespace
+
+int RunEqualize(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
+                std::ostream* terminal) {
+    EqualizeOptions options;
+    CommandParser parser("brisavane-cli equalize",
+                         "Equalizes each SUBJECT into DIR as the window's Process does.",
+                         kEqualizeUsage);
+    if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
+    if (const std::string missing = options.Missing(); !missing.empty())
+        return parser.Refuse(missing, err);
+    return EqualizeWith(options, parser, {out, err, terminal});
 }

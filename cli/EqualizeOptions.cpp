@@ -3,56 +3,70 @@
 #include <charconv>
 #include <cmath>
 
+#include "CommandParser.h"
+
 namespace {
-// The whole text must be the number: "12abc" is refused, not read as 12.
+// The whole text is a plain decimal number: "12x", "0x10" and " 5" are
+// refused, not read in part or in another base.
 template <class Number>
 bool WholeNumber(const std::string& text, Number& value) {
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
     return !text.empty() && result.ec == std::errc() && result.ptr == end;
 }
+
+double Percent(const std::string& text) {
+    double percent = 0.0;
+    if (!WholeNumber(text, percent) || !std::isfinite(percent) || percent < 0.0)
+        throw CLI::ValidationError("--amount", "needs a number of percent, 0 or more: " + text);
+    return percent;
+}
+
+int Jobs(const std::string& text) {
+    int jobs = 0;
+    if (!WholeNumber(text, jobs) || jobs < 1)
+        throw CLI::ValidationError("--jobs", "needs a whole number, 1 or more: " + text);
+    return jobs;
+}
 }  // namespace
 
-bool EqualizeOptions::Parse(const std::vector<std::string>& args, std::string& error) {
-    bool haveWhite = false, haveOutput = false;
-    for (std::size_t k = 0; k < args.size(); ++k) {
-        const std::string& word = args[k];
-        const bool takesValue =
-            word == "--white" || word == "--output" || word == "--amount" || word == "--jobs";
-        if (takesValue && k + 1 >= args.size()) {
-            error = word + " needs a value";
-            return false;
-        }
-        if (word == "--white") {
-            white = args[++k];
-            haveWhite = true;
-        } else if (word == "--output") {
-            output = args[++k];
-            haveOutput = true;
-        } else if (word == "--amount") {
-            double percent = 0.0;
-            if (!WholeNumber(args[++k], percent) || !std::isfinite(percent) || percent < 0.0) {
-                error = "--amount needs a number of percent, 0 or more: " + args[k];
-                return false;
-            }
-            amountToApply = percent / 100.0;
-        } else if (word == "--jobs") {
-            if (!WholeNumber(args[++k], jobs) || jobs < 1) {
-                error = "--jobs needs a whole number, 1 or more: " + args[k];
-                return false;
-            }
-        } else if (word == "--overwrite") {
-            overwrite = true;
-        } else if (word.size() > 1 && word[0] == '-') {
-            error = "unknown option " + word;
-            return false;
-        } else {
-            subjects.push_back(word);
-        }
-    }
-    if (!haveWhite || !haveOutput || subjects.empty()) {
-        error = "--white, --output and at least one SUBJECT are needed";
-        return false;
-    }
-    return true;
+void EqualizeOptions::Declare(CLI::App& app) {
+    app.add_option("--white", white,
+                   "The white card: a TIFF of an evenly lit white card, shot with the "
+                   "subjects' lens and lights, of their size and depth.")
+        ->type_name("WHITE")
+        ->required();
+    app.add_option("--output", output, "The folder the equalized copies go to; it must exist.")
+        ->type_name("DIR")
+        ->required();
+    app.add_option_function<std::string>(
+           "--amount", [this](const std::string& text) { amountToApply = Percent(text) / 100.0; },
+           "How much of the correction to apply, in percent (default 100).")
+        ->type_name("PERCENT");
+    CLI::Option* replace = app.add_flag("--overwrite", overwrite,
+                                        "Replace outputs that exist already; without it they are "
+                                        "left alone and their subjects skipped.");
+    app.add_flag("--skip-existing", skipExisting,
+                 "Count a subject whose output exists already as done, so that a re-run "
+                 "finishes only what is missing and succeeds.")
+        ->excludes(replace);
+    app.add_option_function<std::string>(
+           "--jobs", [this](const std::string& text) { jobs = Jobs(text); },
+           "How many files to treat at once (default 1).")
+        ->type_name("N");
+    app.add_flag("--json", json,
+                 "Write one JSON object a subject, and last one with the run's totals, instead "
+                 "of the result lines.");
+    app.add_option("--files-from", fileList,
+                   "Also treat the subjects named in FILE, one a line, relative to the current "
+                   "folder; blank lines are passed over. - reads standard input.")
+        ->type_name("FILE")
+        ->check(NonEmptyPath());
+    app.add_option("SUBJECT", subjects,
+                   "A subject TIFF, or a folder: its .tif, .tiff and .jfx files in name order.");
+}
+
+std::string EqualizeOptions::Missing() const {
+    return subjects.empty() && fileList.empty() ? "at least one SUBJECT or --files-from is needed"
+                                                : "";
 }

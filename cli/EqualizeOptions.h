@@ -3,20 +3,28 @@
 #include <string>
 #include <vector>
 
-// The command line of brisavane-cli equalize, read and checked.
+namespace CLI {
+class App;
+}
+
+inline constexpr const char* kEqualizeUsage =
+    "brisavane-cli equalize --white WHITE --output DIR [--amount PERCENT] "
+    "[--overwrite | --skip-existing] [--jobs N] [--json] [--files-from FILE] SUBJECT...";
+
+// The command line of brisavane-cli equalize.
 struct EqualizeOptions {
     std::string white;
     std::string output;
     double amountToApply = 1.0;  // --amount in percent, divided by 100 as the window does
     bool overwrite = false;
+    bool skipExisting = false;
+    bool json = false;
     int jobs = 1;
+    std::string fileList;  // --files-from; "-" is standard input
     std::vector<std::string> subjects;
 
-    // Fills the options from the words after "equalize"; false with the
-    // reason in error for anything that isn't a valid command line.
-    bool Parse(const std::vector<std::string>& args, std::string& error);
+    // Tells app every option, with its sentence for --help and its checks.
+    void Declare(CLI::App& app);
+    // What the parser can't check alone; the reason, or "" when all is well.
+    std::string Missing() const;
 };
-
-inline constexpr const char* kEqualizeUsage =
-    "usage: brisavane-cli equalize --white WHITE --output DIR [--amount PERCENT] [--overwrite] "
-    "[--jobs N] SUBJECT...";

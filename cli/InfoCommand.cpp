@@ -1,38 +1,26 @@
 #include "InfoCommand.h"
 
 #include <filesystem>
-#include <optional>
 #include <utility>
 
+#include "CommandParser.h"
 #include "ExitCodes.h"
 #include "NumberText.h"
 #include "TiffOpening.h"
 
 namespace {
-constexpr const char* kUsage = "usage: brisavane-cli info FILE [--profile OUT]\n";
-
 struct InfoArgs {
     std::string file;
-    std::optional<std::string> profileOut;
-};
+    std::string profileOut;  // empty: no profile wanted
 
-std::optional<InfoArgs> ParseInfoArgs(const std::vector<std::string>& args) {
-    InfoArgs parsed;
-    bool haveFile = false;
-    for (std::size_t k = 0; k < args.size(); ++k) {
-        if (args[k] == "--profile") {
-            if (parsed.profileOut || k + 1 == args.size()) return std::nullopt;
-            parsed.profileOut = args[++k];
-        } else if (haveFile || args[k].starts_with("--")) {
-            return std::nullopt;
-        } else {
-            parsed.file = args[k];
-            haveFile = true;
-        }
+    void Declare(CLI::App& app) {
+        app.add_option("FILE", file, "The TIFF file to read.")->required();
+        app.add_option("--profile", profileOut,
+                       "Also save the file's embedded ICC profile, byte for byte, to OUT.")
+            ->type_name("OUT")
+            ->check(NonEmptyPath());
     }
-    if (!haveFile) return std::nullopt;
-    return parsed;
-}
+};
 
 std::string Flag(bool value) {
     return value ? "True" : "False";
@@ -120,16 +108,16 @@ int WriteProfile(TiffFile& tiff, const std::string& path, std::ostream& err) {
 }  // namespace
 
 int RunInfo(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    const auto parsed = ParseInfoArgs(args);
-    if (!parsed) {
-        err << kUsage;
-        return kExitUnusable;
-    }
+    InfoArgs parsed;
+    CommandParser parser("brisavane-cli info",
+                         "Prints what the reader makes of a TIFF file, one line a property.",
+                         kInfoUsage);
+    if (const auto exit = parser.Parse(parsed, args, out, err)) return *exit;
     try {
         TiffFile tiff;
-        const TiffOpening opening = OpenTiffPath(tiff, parsed->file);
+        const TiffOpening opening = OpenTiffPath(tiff, parsed.file);
         if (opening == TiffOpening::Missing || opening == TiffOpening::Unopenable) {
-            err << "Error: The file can't be opened: " << parsed->file << "\n";
+            err << "Error: The file can't be opened: " << parsed.file << "\n";
             return kExitUnusable;
         }
         if (opening == TiffOpening::Refused) {
@@ -137,7 +125,7 @@ int RunInfo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
             return kExitUnusable;
         }
         PrintRecord(tiff, out);
-        return parsed->profileOut ? WriteProfile(tiff, *parsed->profileOut, err) : kExitOk;
+        return parsed.profileOut.empty() ? kExitOk : WriteProfile(tiff, parsed.profileOut, err);
     } catch (const std::exception& e) {
         err << "Error: " << e.what() << "\n";
         return kExitUnusable;

@@ -29,3 +29,12 @@ std::vector<std::string> ExpandSubjects(const std::vector<std::string>& argument
     }
     return subjects;
 }
+
+std::vector<std::string> ReadSubjectList(std::istream& in) {
+    std::vector<std::string> names;
+    for (std::string line; std::getline(in, line);) {
+        if (line.ends_with('\r')) line.pop_back();
+        if (line.find_first_not_of(" \t") != std::string::npos) names.push_back(line);
+    }
+    return names;
+}

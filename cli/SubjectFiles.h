@@ -1,5 +1,6 @@
 #pragma once
 
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -9,3 +10,8 @@
 std::vector<std::string> ExpandSubjects(const std::vector<std::string>& arguments);
 
 bool HasSubjectExtension(const std::string& name);
+
+// The names of a list of subjects, one a line as written, paths relative to
+// the current folder; blank lines (empty or only white space) are passed over
+// and a carriage return before the line break is dropped.
+std::vector<std::string> ReadSubjectList(std::istream& in);

@@ -15,13 +15,13 @@ class Job {
 
   private:
     SubjectResult Written(const FolderItem& output) const {
-        return {SubjectOutcome::Written, Name() + ": written " + output.NativePath()};
+        return SubjectResult::Written(Name(), output.NativePath());
     }
     SubjectResult Failed(const std::string& text) const {
-        return {SubjectOutcome::Failed, Name() + ": failed: " + text};
+        return SubjectResult::Failed(Name(), text);
     }
     SubjectResult Skipped(const std::string& reason) const {
-        return {SubjectOutcome::Skipped, Name() + ": skipped: " + reason};
+        return SubjectResult::Skipped(Name(), reason);
     }
     std::string Name() const { return std::filesystem::path(path_).filename().string(); }
     SubjectResult Result(const SubjectReport& report) const;

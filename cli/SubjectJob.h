@@ -5,6 +5,7 @@
 
 #include "FolderItem.h"
 #include "RowPassHost.h"
+#include "SubjectResult.h"
 #include "TiffFile.h"
 
 // What every subject of one run shares: the white card, analysed once, and
@@ -14,13 +15,6 @@ struct JobSettings {
     double targetLevel;
     FolderItem outputFolder;
     bool overwrite;
-};
-
-enum class SubjectOutcome { Written, Failed, Skipped };
-
-struct SubjectResult {
-    SubjectOutcome outcome;
-    std::string line;  // "<name>: written <path>", "<name>: failed: ...", "<name>: skipped: ..."
 };
 
 // Equalizes one subject as the window's batch does: the same tests and texts,

@@ -1,19 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
-#include <ostream>
 #include <string>
 
+#include "ProgressLine.h"
 #include "RowPassHost.h"
 
-// What one file's rewrite reports to on the command line: a percentage on the
-// terminal when there is one to watch, nothing otherwise. No previews are shown
-// and nothing can cancel. Hosts of parallel jobs share the stream and its lock.
+// What one file's rewrite reports to on the command line: its rows, to the
+// run's progress line. No previews are shown and nothing can cancel.
 class TerminalHost final : public RowPassHost, Progress, EventPump {
   public:
-    TerminalHost(std::ostream* terminal, std::mutex& lock, std::string name)
-        : terminal_(terminal), lock_(lock), name_(std::move(name)) {}
+    TerminalHost(ProgressLine& line, std::size_t file, std::string name)
+        : line_(line), file_(file), name_(std::move(name)) {}
 
     void SetSubjectStatus(const std::string&) override {}
     Progress& EqualizeProgress() override { return *this; }
@@ -22,17 +20,19 @@ class TerminalHost final : public RowPassHost, Progress, EventPump {
     EventPump& Events() override { return *this; }
 
     void SetMaximum(std::int64_t maximum) override { maximum_ = maximum; }
-    void SetValue(double value) override;
-    void SetVisible(bool visible) override;
+    // The bar's value is the row just written, counted from 0.
+    void SetValue(double value) override {
+        line_.Rows(file_, name_, static_cast<std::int64_t>(value) + 1, maximum_);
+    }
+    void SetVisible(bool) override {}
     void Refresh() override {}
 
     bool UserCancelled() override { return false; }
     void DoEvents() override {}
 
   private:
-    std::ostream* terminal_;  // nil when nobody watches
-    std::mutex& lock_;
+    ProgressLine& line_;
+    std::size_t file_;
     std::string name_;
     std::int64_t maximum_ = 0;
-    int shown_ = -1;  // the percentage on screen
 };

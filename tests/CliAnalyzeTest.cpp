@@ -72,9 +72,4 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"missing", [](const auto&) {}, "Error: The white card file can't be opened: "}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(CliAnalyze, UsageErrorsExitTwo) {
-    EXPECT_EQ(Analyze({}).code, 2);
-    EXPECT_EQ(Analyze({"a", "b"}).code, 2);
-}
-
 }  // namespace

@@ -155,7 +155,7 @@ TEST(CliEqualize, ProgressOnlyToATerminal) {
     std::ostringstream terminal;
     const Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}), &terminal);
     EXPECT_EQ(o.code, 0);
-    EXPECT_NE(terminal.str().find("a.tif: 100%"), std::string::npos);
+    EXPECT_NE(terminal.str().find("a.tif: row "), std::string::npos);
     EXPECT_EQ(o.err, "");
 }
 

@@ -12,6 +12,7 @@
 #include "FakeWhiteCardHost.h"
 #include "InfoCommand.h"
 #include "ReferenceEqualize.h"
+#include "ResultLines.h"
 #include "SubjectJob.h"
 #include "WhiteCardWorkflow.h"
 
@@ -68,7 +69,7 @@ TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
         if (!window) {
             const JobSettings settings{*rig.state.Tiffb, rig.state.Tiffb->MaxLuminance,
                                        FolderItem(rig.dir.Path() / "out"), false};
-            return EqualizeSubject(rig.SubjectPath("a.tif"), settings, rig.host, 0).line;
+            return ResultLine(EqualizeSubject(rig.SubjectPath("a.tif"), settings, rig.host, 0));
         }
         rig.Press();
         if (!rig.host.marks.contains(0)) return "";

@@ -50,6 +50,15 @@ std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& er
         error = unopened;
         return nullptr;
     }
+    // A card without pixels has no brightest sample to aim at and no row to
+    // correct by; say so before its missing rows count as incomplete data.
+    if (opening != TiffOpening::Refused &&
+        (candidate->ImageWidth <= 0 || candidate->ImageHeight <= 0)) {
+        error =
+            "Error: The white card image has no pixels: " + std::to_string(candidate->ImageWidth) +
+            " x " + std::to_string(candidate->ImageHeight) + " pixels";
+        return nullptr;
+    }
     if (verdict != WhiteCardVerdict::Accepted) {
         error = RefusalText(verdict, *candidate);
         return nullptr;

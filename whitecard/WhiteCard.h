@@ -22,6 +22,7 @@ std::string MaxValText(const TiffFile& white);  // "61680 (240)" for 16-bit, "24
 std::string MaxLocText(const TiffFile& white);  // "  x: 12  y: 34"
 
 // The headless road to an analysed white card: open, judge, scan. nil with the
-// message in error when the file can't serve.
+// message in error when the file can't serve, which includes a card of no
+// pixels at all (the window shows such a card's empty figures).
 std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& error,
                                         TiffServices services = {});
