@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "CardReportCommand.h"
 #include "ExitCodes.h"
 #include "NumberText.h"
 #include "PngFile.h"
@@ -10,7 +11,8 @@
 
 namespace {
 constexpr const char* kAnalyzeUsage =
-    "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]";
+    "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG] [--report DIR "
+    "[--format A4|A3|A2|A1|A0] [--amount PERCENT]]";
 // The white card's canvas in the window.
 constexpr std::int64_t kPreviewRoom = 230;
 
@@ -19,20 +21,26 @@ struct AnalyzeOptions {
     std::string white;
     std::string preview;
     std::string toneMap;
+    std::string report, format, amount;  // --format and --amount go with --report only
 };
 
 // WHITE, then each picture option at most once, in either order.
 std::optional<AnalyzeOptions> ParseAnalyze(const std::vector<std::string>& args) {
     if (args.empty()) return std::nullopt;
-    AnalyzeOptions options{args[0], "", ""};
+    AnalyzeOptions options;
+    options.white = args[0];
     for (std::size_t k = 1; k < args.size(); k += 2) {
         std::string* path = args[k] == "--preview"    ? &options.preview
                             : args[k] == "--tone-map" ? &options.toneMap
+                            : args[k] == "--report"   ? &options.report
+                            : args[k] == "--format"   ? &options.format
+                            : args[k] == "--amount"   ? &options.amount
                                                       : nullptr;
         if (!path || !path->empty() || k + 1 >= args.size() || args[k + 1].empty())
             return std::nullopt;
         *path = args[k + 1];
     }
+    if (options.report.empty() && !(options.format + options.amount).empty()) return std::nullopt;
     return options;
 }
 
@@ -77,5 +85,13 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
         << "Maximum: " << MaxValText(*white) << "\n"
         << "Minimum: " << CStr(white->MinLuminance) << "\n"
         << "Location: " << MaxLocText(*white) << "\n";
-    return WritePictures(*white, *options, err) ? kExitOk : kExitSomeFailed;
+    const bool pictures = WritePictures(*white, *options, err);
+    if (!options->report.empty()) {
+        CardReportRequest request;
+        request.folder = options->report;
+        if (!options->format.empty()) request.format = options->format;
+        if (!options->amount.empty()) request.amount = options->amount;
+        if (const int code = WriteCardReport(*white, request, err)) return code;
+    }
+    return pictures ? kExitOk : kExitSomeFailed;
 }

@@ -5,5 +5,6 @@
 #include <vector>
 
 // brisavane-cli analyze WHITE: the white card's figures, as the window shows them;
-// with --preview and --tone-map also its preview and tone map as PNG files.
+// with --preview and --tone-map also its preview and tone map as PNG files, and
+// with --report DIR a page and data on how evenly the card is lit.
 int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
