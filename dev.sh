@@ -5,6 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 PACKAGES=(cmake ninja-build g++ python3 libgtest-dev libtiff-dev libtiff-tools zlib1g-dev
+          liblcms2-dev nlohmann-json3-dev
           qt6-base-dev libgl-dev xvfb xauth)
 
 as_root() {
