@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <regex>
 
+#include <lcms2.h>
+
 #include "support/AnalyzeRun.h"
 #include "support/LibtiffFiles.h"
 #include "support/TempFolder.h"
@@ -22,7 +24,17 @@ double GreyOfLightness(double L) {
     return Y <= 0.0031308 ? 12.92 * Y : 1.055 * std::pow(Y, 1 / 2.4) - 0.055;
 }
 
-void WriteCard(const std::filesystem::path& path, std::uint16_t bits, bool bigEndian,
+std::vector<std::uint8_t> SrgbProfile() {
+    cmsHPROFILE profile = cmsCreate_sRGBProfile();
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile, nullptr, &size);
+    std::vector<std::uint8_t> bytes(size);
+    cmsSaveProfileToMem(profile, bytes.data(), &size);
+    cmsCloseProfile(profile);
+    return bytes;
+}
+
+void WriteCard(const std::filesystem::path& path, std::uint16_t bits, bool bigEndian, bool profile,
                const std::function<Rgb(std::uint32_t, std::uint32_t)>& pixel) {
     std::vector<std::uint16_t> samples;
     const double ceiling = bits == 8 ? 255.0 : 65535.0;
@@ -31,10 +43,11 @@ void WriteCard(const std::filesystem::path& path, std::uint16_t bits, bool bigEn
             for (double v : pixel(x, y)) samples.push_back(std::uint16_t(std::lround(v * ceiling)));
     LibtiffImage image = ImageOfSamples(kW, kH, bits, samples);
     image.bigEndian = bigEndian;
+    if (profile) image.profile = SrgbProfile();
     WriteWithLibtiff(path, image);
 }
 
-const Rgb kGrey = {0.8, 0.8, 0.8};
+const Rgb kGrey = {0.7, 0.7, 0.7};
 Rgb Flat(std::uint32_t, std::uint32_t) {
     return kGrey;
 }
@@ -43,13 +56,13 @@ Rgb Ramp(std::uint32_t x, std::uint32_t) {  // L* 90 at the left edge to 60 at t
     return {g, g, g};
 }
 Rgb RedRightColumns(std::uint32_t x, std::uint32_t) {  // block columns 8 to 10 from x 155 on
-    return x >= 155 ? Rgb{0.9, 0.8, 0.8} : kGrey;
+    return x >= 155 ? Rgb{0.8, 0.7, 0.7} : kGrey;
 }
 constexpr std::array<std::array<std::uint32_t, 2>, 3> kDust = {{{40, 30}, {150, 70}, {100, 130}}};
 Rgb Dusty(std::uint32_t x, std::uint32_t y) {  // 3 x 3 specks half as bright
     for (const auto& d : kDust)
         if (x + 1 >= d[0] && x <= d[0] + 1 && y + 1 >= d[1] && y <= d[1] + 1)
-            return {0.4, 0.4, 0.4};
+            return {0.35, 0.35, 0.35};
     return kGrey;
 }
 
@@ -64,6 +77,7 @@ void FlatChecks(const json& r) {
         EXPECT_NEAR(Figure(r, name)["value"], 0.0, 1e-9) << name;
     EXPECT_EQ(Figure(r, "stars")["value"], 4);
     EXPECT_EQ(Figure(r, "lightness_range")["verdict"], "pass (limit 3 for A3)");
+    EXPECT_EQ(r["colour"]["srgb_assumed"], r["colour"]["profile"] != "sRGB built-in");
 }
 
 void RampChecks(const json& r) {
@@ -71,6 +85,11 @@ void RampChecks(const json& r) {
     EXPECT_NEAR(Figure(r, "lightness_range")["value"], 30.0 * 180 / 220, 0.05);
     EXPECT_EQ(Figure(r, "lightness_range")["verdict"], "fail (limit 3 for A3)");
     EXPECT_NEAR(r["equalized"]["figures"]["lightness_range"]["value"], 0.0, 0.5);
+}
+
+void AmountZeroA0Checks(const json& r) {  // equalizing at 0 % changes nothing
+    EXPECT_EQ(r["equalized"]["blocks"], r["as_shot"]["blocks"]);
+    EXPECT_EQ(Figure(r, "lightness_range")["verdict"], "fail (limit 6 for A0)");
 }
 
 void CastChecks(const json& r) {
@@ -95,6 +114,8 @@ struct CardCase {
     bool bigEndian;
     Rgb (*pixel)(std::uint32_t, std::uint32_t);
     void (*check)(const json&);
+    std::vector<std::string> options = {};
+    bool profile = false;
 };
 
 void PrintTo(const CardCase& c, std::ostream* os) {
@@ -120,8 +141,11 @@ void PageAgreesWithJson(const std::string& page, const json& report) {
 
 TEST_P(CardReport, FiguresAreTheKnownAnswers) {
     TempFolder folder;
-    WriteCard(folder / "w.tif", GetParam().bits, GetParam().bigEndian, GetParam().pixel);
-    const CliRun run = Analyze({folder / "w.tif", "--report", folder / "out"});
+    WriteCard(folder / "w.tif", GetParam().bits, GetParam().bigEndian, GetParam().profile,
+              GetParam().pixel);
+    std::vector<std::string> args = {folder / "w.tif", "--report", folder / "out"};
+    args.insert(args.end(), GetParam().options.begin(), GetParam().options.end());
+    const CliRun run = Analyze(args);
     ASSERT_EQ(run.code, 0) << run.err;
     const json report = json::parse(ReadFile(folder / "out" / "report.json"));
     EXPECT_EQ(report["schema_version"], 1);
@@ -129,16 +153,23 @@ TEST_P(CardReport, FiguresAreTheKnownAnswers) {
     PageAgreesWithJson(ReadFile(folder / "out" / "report.html"), report);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cards, CardReport,
-                         ::testing::Values(CardCase{"Flat16Little", 16, false, Flat, FlatChecks},
-                                           CardCase{"Flat16Big", 16, true, Flat, FlatChecks},
-                                           CardCase{"Flat8", 8, false, Flat, FlatChecks},
-                                           CardCase{"Ramp16", 16, true, Ramp, RampChecks},
-                                           CardCase{"ColourCast8", 8, false, RedRightColumns,
-                                                    CastChecks},
-                                           CardCase{"Dust16", 16, false, Dusty, DustChecks},
-                                           CardCase{"Dust8", 8, false, Dusty, DustChecks}),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Cards, CardReport,
+    ::testing::Values(CardCase{"Flat16Little", 16, false, Flat, FlatChecks},
+                      CardCase{"Flat16Big", 16, true, Flat, FlatChecks},
+                      CardCase{"Flat8", 8, false, Flat, FlatChecks},
+                      CardCase{"Flat16Profile", 16, false, Flat, FlatChecks, {}, true},
+                      CardCase{"Ramp16", 16, true, Ramp, RampChecks},
+                      CardCase{"Ramp8AmountZeroA0",
+                               8,
+                               false,
+                               Ramp,
+                               AmountZeroA0Checks,
+                               {"--amount", "0", "--format", "A0"}},
+                      CardCase{"ColourCast8", 8, false, RedRightColumns, CastChecks},
+                      CardCase{"Dust16", 16, false, Dusty, DustChecks},
+                      CardCase{"Dust8", 8, false, Dusty, DustChecks}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 struct RefusalCase {
     const char* name;
@@ -178,4 +209,14 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{
             "FolderUnderAFile", 40, {}, "w.tif/out", "Error: The report folder can't be written"}),
     [](const auto& info) { return std::string(info.param.name); });
+TEST(CardReportUsage, RefusesAnUnknownFormatAndReportOptionsWithoutReport) {
+    TempFolder folder;
+    for (const std::vector<std::string>& tail : std::vector<std::vector<std::string>>{
+             {"--report", folder / "out", "--format", "A5"}, {"--amount", "50"}}) {
+        std::vector<std::string> args = {"samples/white_card.tif"};
+        args.insert(args.end(), tail.begin(), tail.end());
+        EXPECT_EQ(Analyze(args).code, 2) << tail[0];
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "out"));
+}
 }  // namespace
