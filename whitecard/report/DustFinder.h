@@ -15,16 +15,15 @@ struct Speck {
 
     double CentreX() const { return sumX / static_cast<double>(pixels); }
     double CentreY() const { return sumY / static_cast<double>(pixels); }
-    bool Touches(std::int64_t x, std::int64_t y) const {
-        return x + 1 >= x0 && x <= x1 + 1 && y <= y1 + 1;
-    }
+    void Add(std::int64_t x, std::int64_t y, double shortfall);
+    void Absorb(const Speck& other);
 };
 
 // The second pass: dust shows as small dark specks, green samples more than
 // kThreshold below the smooth card (the coarse cells, smoothed and read between
-// their centres). Flagged pixels join a speck when they touch its box; a speck
-// is closed once a row passes without adding to it, so only a band of rows is
-// ever open.
+// their centres). Flagged pixels that touch, across a corner too, make one
+// speck. Only the specks of the row above are open, labelled pixel by pixel,
+// so time is linear and memory two rows whatever the card holds.
 class DustFinder {
   public:
     static constexpr double kThreshold = 0.03;
@@ -39,17 +38,23 @@ class DustFinder {
     std::int64_t Count() const { return count_; }
     const std::vector<Speck>& Kept() const { return kept_; }
     // The speck of most pixels; nullptr when there is none.
-    const Speck* Largest() const;
+    const Speck* Largest() const { return count_ > 0 ? &largest_ : nullptr; }
 
   private:
-    void Flag(std::int64_t x, std::int64_t y, double shortfall);
-    void CloseBefore(std::int64_t y);
+    int Root(int id);
+    int Join(int a, int b);
+    int SpeckAt(std::size_t i);
+    // Closes the open specks that no pixel of this row joined; renumbers the rest.
+    void EndRow();
     void Close(const Speck& speck);
 
     const SampleGrid& grid_;
     const CellGrid& cells_;
     std::vector<double> smooth_;
-    std::vector<Speck> open_, kept_;
+    std::vector<int> above_, here_;  // speck of each pixel of the sampled width, -1 for none
+    std::vector<Speck> open_;
+    std::vector<int> parent_;  // specks joined since the row began point to the one they joined
+    std::vector<Speck> kept_;
     Speck largest_;
     std::int64_t count_ = 0;
 };
