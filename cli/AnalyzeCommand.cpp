@@ -11,8 +11,7 @@
 
 namespace {
 constexpr const char* kAnalyzeUsage =
-    "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG] [--report DIR "
-    "[--format A4|A3|A2|A1|A0] [--amount PERCENT]]";
+    "usage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]";
 // The white card's canvas in the window.
 constexpr std::int64_t kPreviewRoom = 230;
 

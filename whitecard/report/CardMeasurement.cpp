@@ -2,13 +2,14 @@
 
 #include <stdexcept>
 
+#include "CardRows.h"
+
 namespace {
 std::vector<std::uint8_t> ProfileBytes(TiffFile& card) {
     if (card.ProfileLength == 0) return {};
     if (!card.ReadProfile())
         throw std::runtime_error(
-            "The white card's ICC profile can't be read: it lies past the "
-            "end of the file.");
+            "The white card's ICC profile can't be read: it lies past the end of the file.");
     const MemoryBlock& bytes = *card.profileBuffer;
     return {bytes.Data(), bytes.Data() + bytes.Size()};
 }
@@ -19,8 +20,9 @@ std::vector<double> GreenMeans(const CardSums& sums) {
     for (const MeanSum& cell : sums.cells) green.push_back(cell.Mean()[1]);
     return green;
 }
-}  // namespace
 
+// The two passes over the card's rows, each row through filter first: the
+// sums, then dust measured against the smoothed cells of the sums.
 CardFigures MeasurePasses(const CardRows& rows, const RowFilter& filter, const SampleGrid& grid,
                           const CardColour& colour, double lightnessLimit) {
     const CellGrid cells(grid);
@@ -31,13 +33,14 @@ CardFigures MeasurePasses(const CardRows& rows, const RowFilter& filter, const S
     dust.Finish();
     return ComputeFigures(sums, dust, colour, rows.Ceiling(), lightnessLimit);
 }
+}  // namespace
 
 CardMeasurement MeasureCard(TiffFile& card, const PrintFormat& format, double amountToApply) {
     const auto grid = SampleGrid::For(card.ImageWidth, card.ImageHeight);
     if (!grid)
         throw std::runtime_error(
-            "The white card is too small for a report: fewer than 11 x 11 "
-            "pixels remain inside its 5 % border.");
+            "The white card is too small for a report: fewer than 11 x 11 pixels remain "
+            "inside its 5 % border.");
     const CardRows rows(card);
     const CardColour colour(ProfileBytes(card), rows.Ceiling());
     CardMeasurement m;

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "CardFigures.h"
-#include "CardRows.h"
 #include "TiffFile.h"
 
 // Everything a report says about one card: where it was sampled, how its
@@ -23,7 +22,3 @@ struct CardMeasurement {
 // Measures an opened and scanned white card. Throws std::runtime_error with
 // plain words for a card too small for the grid or a profile that can't serve.
 CardMeasurement MeasureCard(TiffFile& card, const PrintFormat& format, double amountToApply);
-
-// The two passes over the card's rows, each row through filter first.
-CardFigures MeasurePasses(const CardRows& rows, const RowFilter& filter, const SampleGrid& grid,
-                          const CardColour& colour, double lightnessLimit);

@@ -69,7 +69,8 @@ const std::vector<FigureRow>& FigureRows() {
          "largest sample &times; 255 / ceiling; pass at most 248 with no pixel clipped", "8-bit", 1,
          [](const CardFigures& f) { return f.largest8Bit; }, "verdict", ClippingVerdict},
         {"dust_specks", "Dust specks",
-         "groups of touching pixels whose green lies more than 3 % below the smoothed card",
+         "groups of touching pixels whose green lies below the smoothed card by more than the "
+         "threshold told under the table",
          "specks", 0, [](const CardFigures& f) { return static_cast<double>(f.dustCount); },
          "largest", LargestSpeck},
     };

@@ -123,11 +123,12 @@ std::string ProfilesSvg(const CardMeasurement& m, const CardFigures& f) {
 }
 
 std::string LightMapSvg(const CardMeasurement& m, const CardFigures& f, const Picture& map,
-                        const LightMapScale& scale) {
+                        const LightMapScale& scale, const std::string& id) {
     const double w = static_cast<double>(map.Width()), h = static_cast<double>(map.Height());
     const double fit = w / static_cast<double>(m.grid.X().length);
     std::string svg = SvgOpen(w + 150, h, "Y / Y centre over the sampled area") +
-                      "<defs><linearGradient id=\"ramp\" x1=\"0\" y1=\"1\" x2=\"0\" y2=\"0\">";
+                      "<defs><linearGradient id=\"" + id +
+                      "\" x1=\"0\" y1=\"1\" x2=\"0\" y2=\"0\">";
     for (int k = 0; k <= 8; ++k)
         svg += "<stop offset=\"" + Fixed(k / 8.0, 3) + "\" stop-color=\"" +
                Hex(LightMapScale::Ramp(k / 8.0)) + "\"/>";
@@ -139,7 +140,7 @@ std::string LightMapSvg(const CardMeasurement& m, const CardFigures& f, const Pi
         svg += Ring(x, y, "#fff", 3) + Ring(x, y, "#e00", 1.5);  // seen on light and dark
     }
     svg += "<rect x=\"" + Num(w + 16) + "\" y=\"8\" width=\"20\" height=\"" + Num(h - 16) +
-           "\" fill=\"url(#ramp)\" stroke=\"#444\"/>" +
+           "\" fill=\"url(#" + id + ")\" stroke=\"#444\"/>" +
            Text(w + 42, 16, Fixed(scale.hi, 3), "start") +
            Text(w + 42, h - 6, Fixed(scale.lo, 3), "start") +
            Text(w + 42, h / 2 - 8, "lines 1 ± k × " + Fixed(scale.step, 3), "start") +

@@ -15,6 +15,7 @@ std::string BlockGridSvg(const CardFigures& f);
 // through the centre of the sampled area.
 std::string ProfilesSvg(const CardMeasurement& m, const CardFigures& f);
 
-// The light map picture with its colour bar, and a ring round every speck of dust.
+// The light map picture with its colour bar, and a ring round every speck of
+// dust; id names the colour bar's gradient, one for each map on the page.
 std::string LightMapSvg(const CardMeasurement& m, const CardFigures& f, const Picture& map,
-                        const LightMapScale& scale);
+                        const LightMapScale& scale, const std::string& id);

@@ -79,9 +79,9 @@ std::string Pictures(const CardMeasurement& m, const ReportPictures& p) {
            Figure(PngImage(p.toneMap, "tone map"),
                   "Tone map as the window draws it: blue at 200, red at 250 and above (8-bit "
                   "green)") +
-           Figure(LightMapSvg(m, m.before, p.lightMap, p.scale),
+           Figure(LightMapSvg(m, m.before, p.lightMap, p.scale, "ramp-as-shot"),
                   "Y / Y centre as shot, with contour lines and dust") +
-           Figure(LightMapSvg(m, m.after, p.lightMapEqualized, p.scale),
+           Figure(LightMapSvg(m, m.after, p.lightMapEqualized, p.scale, "ramp-equalized"),
                   "Y / Y centre equalized by itself") +
            Figure(BlockGridSvg(m.before),
                   "L* of each block as shot: green within the lightness limit of the brightest "
