@@ -5,7 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 PACKAGES=(cmake ninja-build g++ python3 libgtest-dev libtiff-dev libtiff-tools zlib1g-dev
-          qt6-base-dev libgl-dev xvfb xauth libcli11-dev nlohmann-json3-dev parallel)
+          qt6-base-dev libgl-dev xvfb xauth libcli11-dev nlohmann-json3-dev parallel
+          liblcms2-dev)
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

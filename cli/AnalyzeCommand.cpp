@@ -1,5 +1,6 @@
 #include "AnalyzeCommand.h"
 
+#include "CardReportCommand.h"
 #include "CommandParser.h"
 #include "ExitCodes.h"
 #include "NumberText.h"
@@ -16,6 +17,7 @@ struct AnalyzeOptions {
     std::string white;
     std::string preview;
     std::string toneMap;
+    CardReportRequest report;  // no folder: no report
 
     void Declare(CLI::App& app) {
         app.add_option("WHITE", white, "The white card: a TIFF of an evenly lit white card.")
@@ -28,6 +30,21 @@ struct AnalyzeOptions {
                        "Also write the false-colour map of how evenly the card is lit to PNG.")
             ->type_name("PNG")
             ->check(NonEmptyPath());
+        const auto folder = app.add_option(
+            "--report", report.folder,
+            "Also write a page (report.html), its data (report.json) and its pictures on how "
+            "evenly the card is lit into the folder DIR.");
+        folder->type_name("DIR")->check(NonEmptyPath());
+        app.add_option("--format", report.format,
+                       "With --report: the size of the originals the lighting is judged for, "
+                       "A4, A3 (the default), A2, A1 or A0.")
+            ->type_name("A4|A3|A2|A1|A0")
+            ->needs(folder);
+        app.add_option("--amount", report.amount,
+                       "With --report: the correction amount in percent for the card "
+                       "equalized by itself (default 100).")
+            ->type_name("PERCENT")
+            ->needs(folder);
     }
 };
 
@@ -73,5 +90,8 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
         << "Maximum: " << MaxValText(*white) << "\n"
         << "Minimum: " << CStr(white->MinLuminance) << "\n"
         << "Location: " << MaxLocText(*white) << "\n";
-    return WritePictures(*white, options, err) ? kExitOk : kExitSomeFailed;
+    const bool pictures = WritePictures(*white, options, err);
+    if (!options.report.folder.empty())
+        if (const int code = WriteCardReport(*white, options.report, err)) return code;
+    return pictures ? kExitOk : kExitSomeFailed;
 }

@@ -138,8 +138,7 @@ TEST_P(CliToneMapUsage, IsRefusedWithTwoAndNoFile) {
     const CliRun r = Analyze(args);
     EXPECT_EQ(r.code, 2);
     EXPECT_EQ(r.out, "");
-    EXPECT_TRUE(
-        r.err.ends_with("\nusage: brisavane-cli analyze WHITE [--preview PNG] [--tone-map PNG]\n"));
+    EXPECT_TRUE(r.err.ends_with("\nusage: " + std::string(kAnalyzeUsage) + "\n"));
     EXPECT_FALSE(std::filesystem::exists(dir / "t.png"));
 }
 

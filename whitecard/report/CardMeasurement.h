@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "CardFigures.h"
+#include "TiffFile.h"
+
+// Everything a report says about one card: where it was sampled, how its
+// colours were taken, and its figures as shot and as equalized by itself.
+struct CardMeasurement {
+    std::string fileName;
+    std::int64_t width = 0, height = 0, bitsPerSample = 0;
+    SampleGrid grid;
+    PrintFormat format;
+    double amountToApply = 1.0;
+    bool profileAssumed = false;
+    std::string profileDescription;
+    CardFigures before, after;  // after: the residual once the card is equalized by itself
+};
+
+// Measures an opened and scanned white card. Throws std::runtime_error with
+// plain words for a card too small for the grid or a profile that can't serve.
+CardMeasurement MeasureCard(TiffFile& card, const PrintFormat& format, double amountToApply);
