@@ -2,43 +2,18 @@
 
 #include <exception>
 
-#include "TiffOpening.h"
+#include "EmbeddedResources.h"
+#include "TiffFile.h"
 
-namespace {
-std::filesystem::path& FolderSlot() {
-    static std::filesystem::path folder;
-    return folder;
-}
-
-struct Pictures {
-    std::shared_ptr<Picture> check, cross, toneScale;
-};
-
-Pictures& Kept() {
-    static Pictures pictures;
-    return pictures;
-}
-}  // namespace
-
-// Pictures read from a former folder are dropped with it.
-void ResourcePictures::SetFolder(const std::filesystem::path& folder) {
-    FolderSlot() = folder;
-    Kept() = {};
-}
-
-const std::filesystem::path& ResourcePictures::Folder() {
-    return FolderSlot();
-}
-
+// The pictures are read through the same TiffFile as any image, from the
+// bytes the program holds.
 std::shared_ptr<Picture> ResourcePictures::OpenFromApp(const std::string& fileName) {
     TiffFile file;
     try {
-        if (OpenTiffFile(file, std::make_shared<FolderItem>(Folder() / fileName)) !=
-            TiffOpening::Ready)
+        if (file.OpenTIFFFrom(BinaryStream::OpenMemory(EmbeddedResource(fileName))) ||
+            !file.PixelDataWithinFile())
             return nullptr;
-        auto picture = file.MakeScaledPictureDisk(file.ImageWidth, file.ImageHeight);
-        file.imagefile->Close();
-        return picture;
+        return file.MakeScaledPictureDisk(file.ImageWidth, file.ImageHeight);
     } catch (const std::exception&) {
         return nullptr;  // a damaged resource shows as a missing picture
     }
@@ -51,13 +26,16 @@ std::shared_ptr<Picture> ResourcePictures::Cached(std::shared_ptr<Picture>& slot
 }
 
 std::shared_ptr<Picture> ResourcePictures::Check() {
-    return Cached(Kept().check, "Check.tif");
+    static std::shared_ptr<Picture> kept;
+    return Cached(kept, "Check.tif");
 }
 
 std::shared_ptr<Picture> ResourcePictures::Cross() {
-    return Cached(Kept().cross, "Cross.tif");
+    static std::shared_ptr<Picture> kept;
+    return Cached(kept, "Cross.tif");
 }
 
 std::shared_ptr<Picture> ResourcePictures::tone_scale() {
-    return Cached(Kept().toneScale, "tone_scale.tif");
+    static std::shared_ptr<Picture> kept;
+    return Cached(kept, "tone_scale.tif");
 }

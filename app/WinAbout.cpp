@@ -24,7 +24,8 @@ WinAbout::WinAbout() : QWidget(nullptr, Qt::Window) {
     setAutoFillBackground(true);
 
     // In tab order: the title, the notice, the version, the purpose.
-    AddLabel("StaticText1", 14, 33, 24, true, QString::fromUtf8("Brisavane\u2122 3"));
+    AddLabel("StaticText1", 14, 33, 24, true,
+             QString::fromUtf8("Brisavane\u2122 ") + QString::number(App::MajorVersion));
     AddLabel("StaticText2", 200, 20, 13, false, QString::fromStdString(App::Copyright()));
     txtVersion_ = AddLabel("TxtVersion", 60, 20, 11, false, QString());
     AddLabel("StaticText4", 140, 20, 14, false, "Equalize lens and light falloff in TIFF images.");

@@ -4,7 +4,6 @@
 
 #include "App.h"
 #include "FileTypes.h"
-#include "ResourcePictures.h"
 #include "WinEqualize.h"
 
 int main(int argc, char** argv) {
@@ -13,8 +12,6 @@ int main(int argc, char** argv) {
         Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     FileTypes::Instance();
     App app(argc, argv);
-    ResourcePictures::SetFolder(
-        std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "resources");
     app.AddMenuHandler("AppleAboutBrisavane", [&app] { return app.AppleAboutBrisavane_Action(); });
     QTimer::singleShot(0, &app, [&app] {
         app.DefaultWindow()->show();

@@ -24,7 +24,6 @@
 #include "BenchSupport.h"
 #include "FakeDialogs.h"
 #include "FileTypes.h"
-#include "ResourcePictures.h"
 #include "WinEqualize.h"
 
 namespace fs = std::filesystem;
@@ -119,7 +118,5 @@ int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     FileTypes::Instance();
     App app(argc, argv);
-    ResourcePictures::SetFolder(fs::path(QCoreApplication::applicationDirPath().toStdString()) /
-                                "resources");
     return RunInBothDepths(argc, argv, Bench);
 }

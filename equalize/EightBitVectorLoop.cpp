@@ -1,6 +1,7 @@
 #include "EightBitVectorLoop.h"
 
-#if defined(__x86_64__)
+// Builds asked for plain loops leave it out, so the plain path is the one run.
+#if defined(__x86_64__) && !defined(BRISAVANE_PLAIN_LOOPS)
 
 // GCC 12's own AVX-512 header trips its uninitialized-value warning on the
 // placeholder operands of its conversions (GCC bug 105593); the header is

@@ -9,7 +9,8 @@
 // works on the bytes in their own order and spreads each pixel's gain over its
 // three samples instead, which halves the cost of an 8-bit row.
 
-// Whether this processor can run it (x86-64 with AVX-512 F, BW, DQ and VL).
+// Whether this processor can run it (x86-64 with AVX-512 F, BW, DQ and VL)
+// and the build holds it.
 bool EightBitVectorLoopAvailable();
 
 // Corrects whole blocks of 8 pixels from the start of the rows and returns how

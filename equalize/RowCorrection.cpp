@@ -5,12 +5,14 @@
 #include "Correction.h"
 #include "EightBitVectorLoop.h"
 
-// Clang (which the fuzz targets are built with) can't clone templates for
-// several processors; it builds the one plain version.
-#if defined(__clang__)
-#define BRISAVANE_VECTOR_CLONES
-#else
+// Versions for wider x86-64 vector units, picked at load time. Other
+// processors, Clang (which the fuzz targets are built with, and which can't
+// clone templates for several processors) and builds asked for plain loops get
+// the one plain version.
+#if defined(__x86_64__) && !defined(__clang__) && !defined(BRISAVANE_PLAIN_LOOPS)
 #define BRISAVANE_VECTOR_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
+#else
+#define BRISAVANE_VECTOR_CLONES
 #endif
 
 namespace {

@@ -14,8 +14,11 @@ namespace {
 constexpr std::size_t kBufferSize = 1 << 16;
 }  // namespace
 
-BinaryStream::BinaryStream(std::FILE* file, std::filesystem::path path)
-    : buffer_(new char[kBufferSize]), file_(file), path_(std::move(path)) {
+BinaryStream::BinaryStream(std::FILE* file, std::filesystem::path path, std::int64_t memoryLength)
+    : buffer_(new char[kBufferSize]),
+      file_(file),
+      path_(std::move(path)),
+      memoryLength_(memoryLength) {
     std::setvbuf(file_, buffer_.get(), _IOFBF, kBufferSize);
 }
 
@@ -45,6 +48,16 @@ std::shared_ptr<BinaryStream> BinaryStream::Create(const FolderItem& item, bool 
     return std::shared_ptr<BinaryStream>(new BinaryStream(f, item.Path()));
 }
 
+// The C library's memory streams only read when opened "rb", so the bytes
+// are never written through the pointer that loses its const here.
+std::shared_ptr<BinaryStream> BinaryStream::OpenMemory(std::span<const std::uint8_t> bytes) {
+    if (bytes.empty()) return nullptr;
+    std::FILE* f = fmemopen(const_cast<std::uint8_t*>(bytes.data()), bytes.size(), "rb");
+    if (!f) return nullptr;
+    return std::shared_ptr<BinaryStream>(
+        new BinaryStream(f, "memory", static_cast<std::int64_t>(bytes.size())));
+}
+
 std::FILE* BinaryStream::Handle() const {
     if (!file_) throw IOException("The stream on " + path_.string() + " is closed.");
     return file_;
@@ -69,12 +82,16 @@ std::int64_t BinaryStream::Position() const {
 void BinaryStream::SetPosition(std::int64_t position) {
     std::FILE* f = Handle();
     if (position < 0) position = 0;
+    // A memory stream refuses a place past its end and would stay where it
+    // was; at the end, reads come back short as they do past a file's end.
+    if (memoryLength_ >= 0 && position > memoryLength_) position = memoryLength_;
     std::fseek(f, static_cast<long>(position), SEEK_SET);
     lastWasWrite_ = false;
 }
 
 std::int64_t BinaryStream::Length() const {
     std::FILE* f = Handle();
+    if (memoryLength_ >= 0) return memoryLength_;
     std::fflush(f);
     std::error_code ec;
     const auto size = std::filesystem::file_size(path_, ec);

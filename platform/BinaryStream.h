@@ -5,12 +5,13 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 
 class FolderItem;
 class MemoryBlock;
 
-// A positioned byte stream on one file, with a byte order flag for the typed
+// A positioned byte stream on one file or on bytes in memory, with a byte order flag for the typed
 // reads and writes. Reads past the end come back short: typed reads give 0 for
 // the bytes that are missing and raw reads fill only what was read.
 class BinaryStream {
@@ -20,6 +21,9 @@ class BinaryStream {
     static std::shared_ptr<BinaryStream> Open(const FolderItem& file, bool readWrite = false);
     // A new empty file; nil when it exists and overwrite is false, or on failure.
     static std::shared_ptr<BinaryStream> Create(const FolderItem& file, bool overwrite);
+    // Read-only bytes in memory, such as the pictures built into the program,
+    // read as a file of that length. The bytes must outlive the stream.
+    static std::shared_ptr<BinaryStream> OpenMemory(std::span<const std::uint8_t> bytes);
 
     ~BinaryStream();
     BinaryStream(const BinaryStream&) = delete;
@@ -54,7 +58,7 @@ class BinaryStream {
     bool IsOpen() const { return file_ != nullptr; }
 
   private:
-    BinaryStream(std::FILE* file, std::filesystem::path path);
+    BinaryStream(std::FILE* file, std::filesystem::path path, std::int64_t memoryLength = -1);
     std::FILE* Handle() const;
     void PrepareFor(bool writing);
     std::uint64_t ReadUnsigned(std::size_t width);
@@ -66,6 +70,7 @@ class BinaryStream {
     std::unique_ptr<char[]> buffer_;
     std::FILE* file_;
     std::filesystem::path path_;
+    std::int64_t memoryLength_;  // -1 for a file
     int lastError_ = 0;
     bool lastWasWrite_ = false;
 };

@@ -4,9 +4,11 @@
 
 #include "Picture.h"
 
-// The picture as an 8-bit RGB PNG (alpha dropped), in stored deflate blocks:
-// no compression, so no library is needed and the bytes are easy to check.
+// The picture as a deflate-compressed 8-bit RGB PNG (alpha dropped), every
+// scan line unfiltered. Empty when the picture has no pixels, which PNG can't
+// hold.
 std::string EncodePng(const Picture& picture);
 
-// Writes EncodePng of the picture to path; false when the file can't be written.
+// Writes EncodePng of the picture to path; false when there is nothing to
+// write or the file can't be written.
 bool WritePng(const Picture& picture, const std::string& path);

@@ -13,11 +13,17 @@ using namespace testing_tiff;
 
 namespace {
 
-TEST(BinaryStream, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
+// The same reads from a file and from bytes in memory.
+class BinaryStreamSource : public ::testing::TestWithParam<bool> {};
+
+TEST_P(BinaryStreamSource, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
+    static const std::uint8_t bytes[] = {0x12, 0x34, 0x56, 0x78, 0x9A};
     TempFolder folder;
-    WriteFile(folder / "f", "\x12\x34\x56\x78\x9A");
-    auto stream = BinaryStream::Open(FolderItem(folder / "f"));
+    WriteFile(folder / "f", std::string(bytes, bytes + sizeof bytes));
+    auto stream =
+        GetParam() ? BinaryStream::OpenMemory(bytes) : BinaryStream::Open(FolderItem(folder / "f"));
     ASSERT_TRUE(stream);
+    EXPECT_EQ(stream->Length(), 5);
     stream->LittleEndian = false;
     EXPECT_EQ(stream->ReadUInt32(), 0x12345678u);
     stream->SetPosition(0);
@@ -33,7 +39,10 @@ TEST(BinaryStream, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
     EXPECT_EQ(buffer[0], 0x78);
     EXPECT_EQ(buffer[1], 0x9A);
     EXPECT_EQ(buffer[2], 0xEE) << "nothing is filled past what was read";
+    stream->SetPosition(9);
+    EXPECT_EQ(stream->Read(buffer, 4), 0u) << "nothing past the end";
 }
+INSTANTIATE_TEST_SUITE_P(FileAndMemory, BinaryStreamSource, ::testing::Bool());
 
 TEST(BinaryStream, UpdateInPlaceNeverTruncates) {
     TempFolder folder;

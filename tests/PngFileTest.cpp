@@ -17,7 +17,7 @@ struct SizeCase {
 
 class PngRoundTrip : public ::testing::TestWithParam<SizeCase> {};
 
-// Sizes on both sides of the 65535-byte stored block.
+// From one pixel to a strip taller than one deflate window.
 TEST_P(PngRoundTrip, DecodesToThePicture) {
     const SizeCase c = GetParam();
     Picture picture(c.width, c.height);

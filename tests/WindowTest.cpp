@@ -394,12 +394,9 @@ TEST(AppTest, VersionAndTheSplashClosesItsWindow) {
     EXPECT_EQ(open, nullptr);
 }
 
-TEST(ResourcePicturesTest, ReadAtTheirOwnSizeAndAFailureIsNotKept) {
-    const std::filesystem::path real = ResourcePictures::Folder();
-    TempFolder empty;
-    ResourcePictures::SetFolder(empty.Path());
-    EXPECT_EQ(ResourcePictures::Cross(), nullptr);
-    ResourcePictures::SetFolder(real);
+// Built into the program: no file beside the test binary holds them.
+TEST(ResourcePicturesTest, ReadFromTheProgramAtTheirOwnSize) {
+    EXPECT_EQ(ResourcePictures::OpenFromApp("Missing.tif"), nullptr);
     const auto cross = ResourcePictures::Cross();
     ASSERT_TRUE(cross);
     EXPECT_EQ(ResourcePictures::Cross(), cross);  // kept once read

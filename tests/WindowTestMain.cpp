@@ -4,13 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "App.h"
-#include "ResourcePictures.h"
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     ::testing::InitGoogleTest(&argc, argv);
     App app(argc, argv);
-    ResourcePictures::SetFolder(
-        std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "resources");
     return RUN_ALL_TESTS();
 }

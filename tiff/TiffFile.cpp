@@ -34,12 +34,17 @@ bool TiffFile::Refuse(const std::string& words) {
 }
 
 bool TiffFile::OpenTIFF() {
+    if (fi) return OpenTIFFFrom(BinaryStream::Open(*fi));
+    HostLittleEndian = std::endian::native == std::endian::little;
+    errstr.clear();
+    return false;
+}
+
+bool TiffFile::OpenTIFFFrom(std::shared_ptr<BinaryStream> source) {
     HostLittleEndian = std::endian::native == std::endian::little;
     errstr.clear();
     MemoryBlock entry(kEntrySize);
-    if (!fi) return false;
-
-    imagefile = BinaryStream::Open(*fi);
+    imagefile = std::move(source);
     BinaryStream& stream = Deref(imagefile);
     // 0x4949 reads the same in either byte order; every other mark is taken
     // for big-endian, 0x4D4D or not.
@@ -141,8 +146,7 @@ void TiffFile::DeriveSizes() {
 }
 
 bool TiffFile::PixelDataWithinFile() const {
-    if (!fi || ImageOffset < 0 || BytesPerPixel < 0 || ImageWidth < 0 || ImageHeight < 0)
-        return false;
+    if (ImageOffset < 0 || BytesPerPixel < 0 || ImageWidth < 0 || ImageHeight < 0) return false;
     std::int64_t rowBytes = 0, pixelBytes = 0, end = 0;
     // Row buffers are made even for an image without rows, so at least one row
     // must fit in the file too.
@@ -153,5 +157,12 @@ bool TiffFile::PixelDataWithinFile() const {
     // Rows without bytes can't be streamed meaningfully, and billions of them
     // would keep a scan busy for nothing.
     if (rowBytes == 0 && ImageHeight > 0) return false;
-    return end <= fi->Length();
+    return end <= SourceLength();
+}
+
+// The file's length, or the stream's when the bytes come from memory; -1 with
+// neither, which no pixel data fits.
+std::int64_t TiffFile::SourceLength() const {
+    if (fi) return fi->Length();
+    return imagefile && imagefile->IsOpen() ? imagefile->Length() : -1;
 }

@@ -65,6 +65,9 @@ class TiffFile {
     // words in errstr and the stream closed. False when parsed, and also when
     // fi is nil, in which case nothing at all is done.
     virtual bool OpenTIFF();
+    // The same on a stream already open, such as bytes held in memory; fi is
+    // left as it is.
+    bool OpenTIFFFrom(std::shared_ptr<BinaryStream> source);
     // Loads every pixel row into imageBuffer, 16-bit samples in the host's
     // order. Throws IOException when the rows don't lie inside the file.
     virtual void ReadImage();
@@ -112,6 +115,7 @@ class TiffFile {
     bool ReadEntry(MemoryBlock& entry);
     void ReadBitsPerSample(std::uint32_t offset, std::uint32_t count);
     void DeriveSizes();
+    std::int64_t SourceLength() const;
 
     TiffServices services_;
 };
