@@ -38,40 +38,6 @@ TEST(CliAnalyze, EightBitMaximumHasNoParentheses) {
               "Location:   x: 1  y: 0\n");
 }
 
-struct RefusedCase {
-    const char* name;
-    std::function<void(const std::string&)> make;
-    std::string message;
-};
-
-class CliAnalyzeRefuses : public ::testing::TestWithParam<RefusedCase> {};
-
-TEST_P(CliAnalyzeRefuses, WithExitTwoAndTheWords) {
-    TempFolder folder;
-    const auto path = folder / "w.tif";
-    GetParam().make(path);
-    const CliRun r = Analyze({path});
-    EXPECT_EQ(r.code, 2);
-    EXPECT_TRUE(r.out.empty());
-    EXPECT_EQ(r.err.rfind(GetParam().message, 0), 0u) << r.err;  // a path may follow
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, CliAnalyzeRefuses,
-    ::testing::Values(
-        RefusedCase{"several_strips",
-                    [](const auto& p) {
-                        TiffSpec image;
-                        image.rowsPerStrip = 1;
-                        WriteFile(p, BuildTiff(image).bytes);
-                    },
-                    "Error: The white card image must be in one contiguous strip"},
-        RefusedCase{"not_a_tiff",
-                    [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); },
-                    "Not a valid TIFF file."},
-        RefusedCase{"missing", [](const auto&) {}, "Error: The white card file can't be opened: "}),
-    [](const auto& info) { return std::string(info.param.name); });
-
 TEST(CliAnalyze, UsageErrorsExitTwo) {
     EXPECT_EQ(Analyze({}).code, 2);
     EXPECT_EQ(Analyze({"a", "b"}).code, 2);

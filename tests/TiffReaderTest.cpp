@@ -78,19 +78,6 @@ INSTANTIATE_TEST_SUITE_P(BothOrdersBothDepths, ForeignFile,
                          ::testing::Values(ForeignCase{8, false, 3}, ForeignCase{8, true, 3},
                                            ForeignCase{16, false, 6}, ForeignCase{16, true, 6}));
 
-TEST(TiffReader, SeveralStripsLeaveRowsPerStripBelowHeight) {
-    TempFolder folder;
-    const auto path = folder / "strips.tif";
-    LibtiffImage image = PatternImage(4, 6, 16);
-    image.rowsPerStrip = 2;
-    WriteWithLibtiff(path, image);
-    TiffFile tiff;
-    tiff.fi = GetFolderItem(path);
-    ASSERT_FALSE(tiff.OpenTIFF());
-    EXPECT_EQ(tiff.RowsPerStrip, 2);
-    EXPECT_EQ(tiff.ImageHeight, 6);
-}
-
 // Refusals: the words, a closed stream, and entries after the refused one unread.
 struct RefusalCase {
     const char* name;
@@ -115,6 +102,7 @@ TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
     EXPECT_EQ(o.tiff->errstr, c.words);
     ASSERT_TRUE(o.tiff->imagefile);
     EXPECT_FALSE(o.tiff->imagefile->IsOpen());
+    EXPECT_EQ(o.tiff->ImageWidth, c.breakMagic ? 0 : 4) << "entries before a refusal are kept";
     EXPECT_EQ(o.tiff->RowsPerStrip, 0) << "entries after a refusal must not be read";
     EXPECT_EQ(o.tiff->BytesPerPixel, 0) << "derived sizes are not computed on a refusal";
 }
@@ -134,17 +122,6 @@ INSTANTIATE_TEST_SUITE_P(
         for (char& ch : n) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
         return n;
     });
-
-TEST(TiffReader, RefusedFileKeepsFieldsAlreadyRead) {
-    TiffSpec image;
-    image.width = 9;
-    image.extra = {{262, 3, 1, 5}};
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, BuildTiff(image).bytes);
-    ASSERT_TRUE(o.failed);
-    EXPECT_EQ(o.tiff->ImageWidth, 9);
-    EXPECT_EQ(o.tiff->Interpretation, 5);
-}
 
 TEST(TiffReader, AnyMarkButIntelIsTakenForBigEndian) {
     TiffSpec image;
@@ -171,11 +148,18 @@ TEST(TiffReader, EmptyDirectoryParsesWithEverythingZero) {
         EXPECT_EQ(v, 0);
 }
 
+TiffSpec With(std::vector<Entry> extra, bool little = true, int bits = 8,
+              std::int64_t rowsPerStrip = -1) {
+    TiffSpec s = SpecOf(4, 3, bits, little);
+    s.extra = std::move(extra);
+    s.rowsPerStrip = rowsPerStrip;
+    return s;
+}
+
 // How the value field is read for each entry type, and how entries combine.
 struct FieldCase {
     const char* name;
-    std::vector<Entry> extra;
-    bool little;
+    TiffSpec image;
     std::int64_t TiffFile::*field;
     std::int64_t expected;
 };
@@ -183,54 +167,33 @@ struct FieldCase {
 class FieldDecoding : public ::testing::TestWithParam<FieldCase> {};
 
 TEST_P(FieldDecoding, TakesTheRightBits) {
-    const FieldCase c = GetParam();
-    TiffSpec image;
-    image.littleEndian = c.little;
-    image.extra = c.extra;
-    EXPECT_EQ((*Accepted(image)).*(c.field), c.expected);
+    EXPECT_EQ((*Accepted(GetParam().image)).*(GetParam().field), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Entries, FieldDecoding,
     ::testing::Values(
         // A SHORT takes the first two bytes of the field; the rest is not looked at.
-        FieldCase{"short_le", {{256, 3, 1, 0x12340007}}, true, &TiffFile::ImageWidth, 7},
-        FieldCase{"short_be", {{256, 3, 1, 0x12340007}}, false, &TiffFile::ImageWidth, 7},
+        FieldCase{"short_le", With({{256, 3, 1, 0x12340007}}), &TiffFile::ImageWidth, 7},
+        FieldCase{"short_be", With({{256, 3, 1, 0x12340007}}, false), &TiffFile::ImageWidth, 7},
         // Any other type, even BYTE, takes all 32 bits.
-        FieldCase{"byte_type_takes_32_bits",
-                  {{256, 1, 1, 0x00010002}},
-                  true,
-                  &TiffFile::ImageWidth,
-                  0x00010002},
-        FieldCase{"long", {{257, 4, 1, 70000}}, false, &TiffFile::ImageHeight, 70000},
-        FieldCase{"later_duplicate_wins",
-                  {{256, 4, 1, 5}, {256, 4, 1, 6}},
-                  true,
-                  &TiffFile::ImageWidth,
-                  6},
-        FieldCase{"profile_length_is_count",
-                  {{34675, 7, 560, 1234}},
-                  true,
-                  &TiffFile::ProfileLength,
-                  560},
-        FieldCase{"profile_offset_32_bits",
-                  {{34675, 7, 560, 0x00100002}},
-                  true,
-                  &TiffFile::ProfileOffset,
-                  0x00100002},
-        FieldCase{"orientation_ignored", {{274, 3, 1, 3}}, true, &TiffFile::ImageWidth, 4},
-        FieldCase{"rows_per_strip_all",
-                  {{278, 4, 1, 4294967295u}},
-                  true,
-                  &TiffFile::RowsPerStrip,
-                  4294967295LL}),
+        FieldCase{"byte_type_takes_32_bits", With({{256, 1, 1, 0x00010002}}),
+                  &TiffFile::ImageWidth, 0x00010002},
+        FieldCase{"long", With({{257, 4, 1, 70000}}, false), &TiffFile::ImageHeight, 70000},
+        FieldCase{"later_duplicate_wins", With({{256, 4, 1, 5}, {256, 4, 1, 6}}),
+                  &TiffFile::ImageWidth, 6},
+        FieldCase{"profile_length_is_count", With({{34675, 7, 560, 1234}}),
+                  &TiffFile::ProfileLength, 560},
+        FieldCase{"profile_offset_32_bits", With({{34675, 7, 560, 0x00100002}}),
+                  &TiffFile::ProfileOffset, 0x00100002},
+        FieldCase{"orientation_ignored", With({{274, 3, 1, 3}}), &TiffFile::ImageWidth, 4},
+        FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}),
+                  &TiffFile::RowsPerStrip, 4294967295LL},
+        FieldCase{"no_rows_per_strip", With({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
+        FieldCase{"four_samples", With({{277, 3, 1, 4}}, true, 16), &TiffFile::BytesPerPixel, 8},
+        FieldCase{"bits_list_beyond_the_file", With({{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}}),
+                  &TiffFile::BitsPerSample, 0}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST(TiffReader, NoRowsPerStripTagLeavesZero) {
-    TiffSpec image;
-    image.rowsPerStrip = -2;
-    EXPECT_EQ(Accepted(image)->RowsPerStrip, 0);
-}
 
 // Tag 258's list stands away from the entry; the last value counts and the walk
 // of entries goes on after it.
@@ -253,13 +216,6 @@ TEST(TiffReader, BitsPerSampleTakesTheLastValueAndResumesTheWalk) {
     EXPECT_EQ(o.tiff->RowsPerStrip, 99);
 }
 
-TEST(TiffReader, FourSamplesGiveUnexpectedPixelSizes) {
-    TiffSpec image;
-    image.bits = 16;
-    image.extra = {{277, 3, 1, 4}};
-    EXPECT_EQ(Accepted(image)->BytesPerPixel, 8);
-}
-
 TEST(TiffReader, NilFileDoesNothing) {
     TiffFile tiff;
     tiff.errstr = "stale";
@@ -278,38 +234,41 @@ TEST(TiffReader, MissingFileRaisesNilObject) {
 
 // Truncated and absurd files: the reader must neither crash nor run away, and
 // the extent check must refuse pixel data that the file doesn't hold.
-TEST(TiffReader, TruncatedFilesAreReadSafelyAndFailTheExtentCheck) {
-    const BuiltTiff built = BuildTiff(TiffSpec{});
-    const std::string& whole = built.bytes;
+struct ExtentCase {
+    const char* name;
+    TiffSpec image;
+    std::size_t cutBytes;
+    bool within;
+};
+
+class Extent : public ::testing::TestWithParam<ExtentCase> {};
+
+TEST_P(Extent, HoldsOnlyPixelDataTheFileHas) {
+    std::string bytes = BuildTiff(GetParam().image).bytes;
+    bytes.resize(bytes.size() - GetParam().cutBytes);
     TempFolder folder;
-    for (std::size_t cut : {std::size_t{3}, std::size_t{9}, std::size_t{50}}) {
-        EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut))) << "cut at " << cut;
-    }
-    for (std::size_t cut : {built.imageOffset + 1, whole.size() - 1}) {
-        const Opened o = OpenBytes(folder, whole.substr(0, cut));
-        ASSERT_FALSE(o.failed);
-        EXPECT_FALSE(o.tiff->PixelDataWithinFile()) << "cut at " << cut;
-    }
-    EXPECT_TRUE(OpenBytes(folder, whole).tiff->PixelDataWithinFile());
+    const Opened o = OpenBytes(folder, bytes);
+    ASSERT_FALSE(o.failed);
+    EXPECT_EQ(o.tiff->PixelDataWithinFile(), GetParam().within);
 }
 
-TEST(TiffReader, HugeDimensionsFailTheExtentCheckWithoutOverflow) {
-    TiffSpec image;
-    image.bits = 16;
-    image.extra = {{256, 4, 1, 0xFFFFFFFFu}, {257, 4, 1, 0xFFFFFFFFu}, {273, 4, 1, 0xFFFFFFF0u}};
-    EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
-}
+INSTANTIATE_TEST_SUITE_P(
+    Files, Extent,
+    ::testing::Values(
+        ExtentCase{"whole", TiffSpec{}, 0, true}, ExtentCase{"last_byte_cut", TiffSpec{}, 1, false},
+        ExtentCase{"all_but_one_byte_cut", TiffSpec{}, 4 * 3 * 3 - 1, false},
+        ExtentCase{"huge_without_overflow",
+                   With({{256, 4, 1, 0xFFFFFFFFu}, {257, 4, 1, 0xFFFFFFFFu},
+                         {273, 4, 1, 0xFFFFFFF0u}}, true, 16),
+                   0, false},
+        ExtentCase{"row_longer_than_the_file_without_rows",
+                   With({{256, 4, 1, 0x10000000u}, {257, 4, 1, 0}}), 0, false}),
+    [](const auto& info) { return std::string(info.param.name); });
 
-TEST(TiffReader, ARowLongerThanTheFileFailsTheExtentCheckEvenWithoutRows) {
-    TiffSpec image;
-    image.extra = {{256, 4, 1, 0x10000000u}, {257, 4, 1, 0}};
-    EXPECT_FALSE(Accepted(image)->PixelDataWithinFile());
-}
-
-TEST(TiffReader, BitsPerSampleListBeyondTheFileReadsZero) {
-    TiffSpec image;
-    image.extra = {{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}};
-    EXPECT_EQ(Accepted(image)->BitsPerSample, 0);
+TEST(TiffReader, FilesCutInTheirHeaderAreReadSafely) {
+    const std::string whole = BuildTiff(TiffSpec{}).bytes;
+    TempFolder folder;
+    for (std::size_t cut : {3, 9, 50}) EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut)));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <QCheckBox>
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -76,22 +75,4 @@ TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
     EXPECT_TRUE(dialogs.messages.empty());
 }
 
-// Not compared with anything: a picture of the working window for a reviewer.
-TEST_F(WindowWhiteCardTest, GrabOfTheWindowAfterOpeningTheSamples) {
-    const std::filesystem::path samples = BRISAVANE_SOURCE_DIR "/samples";
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
-    OpenCard(samples / "white_card.tif");
-    dialogs.folderAnswers.push_back(samples / "subjects");
-    QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
-    QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
-    QTest::mouseClick(Get("ChkShowToneMap"), Qt::LeftButton);
-    win->SetRowPicture(0, RowMark::Check);
-    win->SetRowPicture(1, RowMark::Cross);
-    win->SetSubjectStatus("chart_16bit.tif");
-    ASSERT_TRUE(dialogs.messages.empty());
-    QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
-    const QString path = BRISAVANE_ARTIFACT_DIR "/window.png";
-    ASSERT_TRUE(win->grab().save(path)) << path.toStdString();
-}
 }  // namespace

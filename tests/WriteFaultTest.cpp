@@ -167,17 +167,15 @@ class FullDisk : public ::testing::Test {
     }
 };
 
-TEST_F(FullDisk, WindowBatchCrossesWhatDidNotFit) {
+TEST_F(FullDisk, WindowCrossesWhatDidNotFitCommandLineFailsTheBigFileOnly) {
     const auto subjects = HashFolder(rig.dir.Path() / "subjects");
     rig.Press();
     EXPECT_EQ(Outcome(rig), Checked(0) + Crossed(1) + Crossed(2));
     EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), Expected(small));
     EXPECT_TRUE(rig.state.EqualizationCompleted);
-    EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
-}
+    for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
+        std::filesystem::remove(entry.path());
 
-TEST_F(FullDisk, CommandLineFailsTheBigFileOnly) {
-    const auto subjects = HashFolder(rig.dir.Path() / "subjects");
     const ChildResult run = RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif",
                                         "--output", rig.dir / "out", rig.dir / "subjects"});
     EXPECT_EQ(run.exitCode, 1);

@@ -19,7 +19,6 @@
 struct LibtiffImage {
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
-    std::uint32_t rowsPerStrip = 0;  // 0: the whole image in one strip
     bool bigEndian = false;          // the file's byte order
     std::vector<std::uint8_t> pixels, profile;
 };
@@ -64,7 +63,7 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffIma
     TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, image.samples);
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, image.photometric);
     TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.rowsPerStrip ? image.rowsPerStrip : image.height);
+    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.height);
     if (!image.profile.empty())
         TIFFSetField(tif, TIFFTAG_ICCPROFILE, std::uint32_t(image.profile.size()),
                      image.profile.data());
