@@ -81,6 +81,7 @@ TEST(CliToneMap, GoesWithThePreviewInEitherOrder) {
     const CliRun preview = Analyze({card, "--preview", dir / "preview.png"});
     ASSERT_EQ(alone.code, 0);
     ASSERT_EQ(preview.code, 0);
+    ExpectMap(Decode(ReadFile(dir / "preview.png")), {{{0, 250, 0}, {0, 250, 0}}});
     const std::vector<std::vector<std::string>> both = {
         {card, "--preview", dir / "p1.png", "--tone-map", dir / "t1.png"},
         {card, "--tone-map", dir / "t1.png", "--preview", dir / "p1.png"}};

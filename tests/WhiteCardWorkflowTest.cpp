@@ -99,39 +99,4 @@ TEST_F(WhiteCardWorkflowTest, PreviewAndToneMapAreMadeOnlyWithPreviewsOn) {
     EXPECT_FALSE(fresh.ptone);
 }
 
-TEST_F(WhiteCardWorkflowTest, CancelAfterAcceptedCardResetsButKeepsTheCard) {
-    Open(Make(BrightAt21(true), "card.tif"));
-    const auto card = state.Tiffb;
-    state.SubjectSelected = true;
-    state.EqualizationCompleted = true;
-    state.AmountToApply = 0.5;
-    state.ErrorMessages = {"one", "two", ""};
-    state.presult = std::make_shared<Picture>(5, 5);
-    host.processEnabled.reset();
-    host.scaleText = "50.0";
-    host.labels[WhiteLabel::TxtResult] = "old result";
-
-    Open("");  // cancelled
-    EXPECT_EQ(state.Tiffb, card);
-    EXPECT_FALSE(state.WhiteOpened);
-    EXPECT_FALSE(state.SubjectSelected);
-    EXPECT_FALSE(state.EqualizationCompleted);
-    EXPECT_DOUBLE_EQ(state.AmountToApply, 1.0);
-    EXPECT_EQ(state.ErrorMessages, (std::vector<std::string>{"", "", ""}));
-    EXPECT_EQ(host.scaleText, "100.0");
-    for (WhiteLabel label :
-         {WhiteLabel::TxtWhite, WhiteLabel::TxtInfoWhite, WhiteLabel::TxtStatusWhite,
-          WhiteLabel::TxtResult, WhiteLabel::TxtMaxVal})
-        EXPECT_EQ(Label(label), "");
-    EXPECT_EQ(Label(WhiteLabel::TxtMaxLoc), "  x: 2  y: 1");  // kept through the reset
-    EXPECT_EQ(host.rowDeletes, 2);
-    EXPECT_FALSE(host.processEnabled.has_value());  // the button keeps its state
-    EXPECT_TRUE(host.dialogs.messages.empty());
-    // Pictures are wiped, not released.
-    ASSERT_TRUE(state.pwhite);
-    EXPECT_EQ(state.pwhite->Pixel(0, 0), Picture::kTransparent);
-    EXPECT_EQ(state.ptone->Pixel(2, 1), Picture::kTransparent);
-    EXPECT_EQ(state.presult->Pixel(4, 4), Picture::kTransparent);
-}
-
 }  // namespace

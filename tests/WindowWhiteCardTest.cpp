@@ -58,11 +58,20 @@ TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
     QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
     QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
     ASSERT_TRUE(Get("BtnProcess")->isEnabled());
-    Get<QLineEdit>("FldScale")->setText("42");
+    QTest::keyClicks(Get<QLineEdit>("FldScale"), "42");
+    State().EqualizationCompleted = true;
+    State().ErrorMessages = {"one", "two", ""};
     const auto card = State().Tiffb;
 
     OpenCard("");
     EXPECT_EQ(State().Tiffb, card);
+    EXPECT_FALSE(State().WhiteOpened);
+    EXPECT_FALSE(State().SubjectSelected);
+    EXPECT_FALSE(State().EqualizationCompleted);
+    EXPECT_DOUBLE_EQ(State().AmountToApply, 1.0);
+    EXPECT_EQ(State().ErrorMessages, (std::vector<std::string>{"", "", ""}));
+    ASSERT_TRUE(State().ptone);  // wiped, not released
+    EXPECT_EQ(State().ptone->Pixel(2, 1), Picture::kTransparent);
     EXPECT_TRUE(Get("BtnProcess")->isEnabled());
     EXPECT_EQ(Get<QTableWidget>("LstSubject")->rowCount(), 0);
     EXPECT_EQ(Get<QLineEdit>("FldScale")->text(), "100.0");

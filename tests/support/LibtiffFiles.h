@@ -97,16 +97,6 @@ inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
     return image;
 }
 
-// Where libtiff itself says the first strip starts.
-inline std::uint64_t LibtiffStripOffset(const std::filesystem::path& path) {
-    TIFF* tif = TIFFOpen(path.c_str(), "r");
-    std::uint64_t* offsets = nullptr;
-    TIFFGetField(tif, TIFFTAG_STRIPOFFSETS, &offsets);
-    const std::uint64_t first = offsets ? offsets[0] : 0;
-    TIFFClose(tif);
-    return first;
-}
-
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {
     const std::string bytes = testing_tiff::ReadFile(path.string());
     return {bytes.begin(), bytes.end()};
