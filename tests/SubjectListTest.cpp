@@ -21,18 +21,10 @@ class SubjectListTest : public WindowFixture {
             std::ofstream(subjects / name) << "x";
         return subjects;
     }
-    void Choose(const std::filesystem::path& path) {
-        dialogs.folderAnswers.push_back(path);
-        QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
-    }
     std::vector<std::string> Names() {
         std::vector<std::string> names;
         for (int row = 0; row < list->rowCount(); ++row) names.push_back(win->FileName(row));
         return names;
-    }
-    void ClickTick(int row) {
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                          list->visualItemRect(list->item(row, 1)).center());
     }
 };
 
@@ -40,7 +32,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     State().ErrorMessages = {"old", "older"};
     State().EqualizationCompleted = true;
     Get<QLabel>("TxtResult")->setText("old result");
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     EXPECT_EQ(dialogs.folderPrompts, std::vector<std::string>{"Select the image folder"});
     EXPECT_EQ(Names(), (std::vector<std::string>{"a.tif", "b.TIFF", "c.jfx", "e.tif"}));
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>(5, ""));
@@ -49,13 +41,13 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
     for (int row = 0; row < list->rowCount(); ++row) EXPECT_FALSE(win->Ticked(row));
     // A cancelled dialog forgets the folder but keeps the list.
-    Choose("");
+    ChooseSubjects("");
     EXPECT_EQ(State().fsubject, nullptr);
     EXPECT_EQ(list->rowCount(), 4);
     EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
     // A folder without TIFFs leaves one empty message.
     std::filesystem::create_directories(folder / "empty");
-    Choose(folder / "empty");
+    ChooseSubjects(folder / "empty");
     EXPECT_EQ(list->rowCount(), 0);
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>{""});
 }
@@ -63,7 +55,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
 TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessButton) {
     win->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
     struct Step {
         int row;
@@ -72,7 +64,7 @@ TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessBu
     };
     const Step steps[] = {{3, true, true}, {0, true, true}, {0, false, true}, {3, false, false}};
     for (const Step& s : steps) {
-        ClickTick(s.row);
+        ClickCell(s.row, 1);
         EXPECT_EQ(win->Ticked(s.row), s.ticked);
         EXPECT_EQ(State().SubjectSelected, s.selected) << s.row << s.ticked;
         EXPECT_EQ(Get("BtnProcess")->isEnabled(), s.selected);
@@ -85,7 +77,7 @@ TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
     EXPECT_EQ(box->text(), "Unselect All");
     EXPECT_FALSE(State().SubjectSelected);
     QTest::mouseClick(box, Qt::LeftButton);
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
     struct Step {
         bool ticked;
@@ -106,7 +98,7 @@ TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
 }
 
 TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     auto* result = Get<QLabel>("TxtResult");
     State().ErrorMessages = {"first", "second", "", "fourth", ""};
     list->selectRow(1);
@@ -121,7 +113,7 @@ TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
 }
 
 TEST_F(SubjectListTest, BatchSeesTicksNamesAndMarksRows) {
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     list->item(2, 1)->setCheckState(Qt::Checked);
     EXPECT_EQ(win->ListCount(), 4);
     EXPECT_TRUE(win->Ticked(2));

@@ -80,15 +80,6 @@ class WholeJob : public WindowFixture {
         ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
     }
 
-    void Click(const char* name) { QTest::mouseClick(Get(name), Qt::LeftButton); }
-    void OpenWhite(const fs::path& path) {
-        dialogs.openAnswers.push_back(path);
-        Click("BtnWhite");
-    }
-    void ChooseSubjects(const fs::path& path) {
-        dialogs.folderAnswers.push_back(path);
-        Click("BtnSubject");
-    }
     void Process(const fs::path& into) {
         dialogs.folderAnswers.push_back(into);
         Click("BtnProcess");
@@ -98,12 +89,6 @@ class WholeJob : public WindowFixture {
             if (win->FileName(row) == name) return row;
         ADD_FAILURE() << name << " is not listed";
         return 0;
-    }
-    void ClickCell(const std::string& name, int column) {
-        QTableWidgetItem* cell = list->item(Row(name), column);
-        list->scrollToItem(cell);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                          list->visualItemRect(cell).center());
     }
     Mark MarkOf(const std::string& name) {
         const QVariant shown = list->item(Row(name), 0)->data(Qt::UserRole + 1);
@@ -158,10 +143,10 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
     ASSERT_TRUE(dialogs.messages.empty());
     ChooseSubjects(shoot);
     ASSERT_EQ(list->rowCount(), static_cast<int>(std::size(kOutcomes)));
-    ClickCell("a_little.tif", 1);
+    ClickCell(Row("a_little.tif"), 1);
     Click("ChkSelectAll");
     EXPECT_EQ(Get<QCheckBox>("ChkSelectAll")->text(), "Unselect All");
-    ClickCell("e_unticked.tif", 1);
+    ClickCell(Row("e_unticked.tif"), 1);
     auto* amount = Get<QLineEdit>("FldScale");
     amount->selectAll();
     QTest::keyClicks(amount, "80");
@@ -181,7 +166,7 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
     for (const RowOutcome& o : kOutcomes) {
         SCOPED_TRACE(o.name);
         EXPECT_EQ(MarkOf(o.name), o.mark);
-        ClickCell(o.name, 2);
+        ClickCell(Row(o.name), 2);
         EXPECT_EQ(Get<QLabel>("TxtResult")->text().toStdString(), o.message);
         EXPECT_EQ(ReadFile(shoot / o.name), before[o.name]);  // never touched
         if (o.output) {
@@ -253,7 +238,7 @@ TEST_F(WholeJob, EscapeInTheMiddleOfAFileEndsTheBatch) {
     EXPECT_EQ(OpenDescriptorsOn(out / "b_eq.tif"), 0);
     EXPECT_FALSE(bar->isVisible());
     EXPECT_EQ(status->text(), "");
-    ClickCell("b.tif", 2);
+    ClickCell(Row("b.tif"), 2);
     EXPECT_EQ(Get<QLabel>("TxtResult")->text(), "");
 }
 
