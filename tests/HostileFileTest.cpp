@@ -64,16 +64,18 @@ std::vector<CardRefusal> CardRefusals() {
         // Refused by the reader after the height but before the rows per
         // strip: the unequal pair wins over the reader's own words.
         {"Grey",
-         [](const auto& p) { WriteTiff(p, WithStrips(-2, {{262, 3, 1, 1}, {278, 4, 1, 3}})); },
+         [](const auto& p) {
+             WriteTiff(p, WithStrips(-2, {{262, 3, 1, 1}, {278, 4, 1, 3}}));
+         },
          kOneStrip, kOneStrip},
-        {"NotATiff", [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); },
-         nullptr, "Not a valid TIFF file."},
-        {"Folder", [](const auto& p) { std::filesystem::create_directories(p); }, "Error: ",
-         kUnopened},
+        {"NotATiff", [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); }, nullptr,
+         "Not a valid TIFF file."},
+        {"Folder", [](const auto& p) { std::filesystem::create_directories(p); },
+         "Error: ", kUnopened},
         // Opening a pipe would wait for a writer forever (an alarm fails the
         // test instead of letting it hang).
-        {"NamedPipe", [](const auto& p) { ASSERT_EQ(::mkfifo(p.c_str(), 0600), 0); }, "Error: ",
-         kUnopened},
+        {"NamedPipe", [](const auto& p) { ASSERT_EQ(::mkfifo(p.c_str(), 0600), 0); },
+         "Error: ", kUnopened},
     };
     // The products are worked out by hand from bits x samples / 8 bytes a pixel:
     //   65535 x 4294967295 / 8 = 35183835209728 bytes a pixel; x 1024 x 512 is
@@ -83,8 +85,14 @@ std::vector<CardRefusal> CardRefusals() {
     //     offset of 2^31 carries the sum to 2^63, again past the 64-bit range.
     const std::pair<const char*, std::function<std::string()>> hostile[] = {
         {"LastByteMissing", [] { return HostileBytes(8, {}, true); }},
-        {"OffsetPastTheEnd", [] { return HostileBytes(8, {{273, 4, 1, 0xFFFFFFF0u}}, false); }},
-        {"RowsOverflow", [] { return HostileBytes(65535, {{277, 4, 1, 0xFFFFFFFFu}}, false); }},
+        {"OffsetPastTheEnd",
+         [] {
+             return HostileBytes(8, {{273, 4, 1, 0xFFFFFFF0u}}, false);
+         }},
+        {"RowsOverflow",
+         [] {
+             return HostileBytes(65535, {{277, 4, 1, 0xFFFFFFFFu}}, false);
+         }},
         {"OffsetPlusRowsOverflow",
          [] {
              return HostileBytes(32768, {{277, 4, 1, 0xFFFFFFFFu}, {273, 4, 1, 0x80000000u}},
@@ -97,8 +105,8 @@ std::vector<CardRefusal> CardRefusals() {
          }},
     };
     for (const auto& [label, bytes] : hostile)
-        cases.push_back({label, [bytes](const auto& p) { WriteFile(p, bytes()); },
-                         kCardIncomplete, kCardIncomplete});
+        cases.push_back({label, [bytes](const auto& p) { WriteFile(p, bytes()); }, kCardIncomplete,
+                         kCardIncomplete});
     return cases;
 }
 
@@ -150,11 +158,6 @@ struct PixelSizeCase {
     std::uint32_t whiteSamples;
     bool whiteLittle;
 };
-
-// Named by its label in test listings.
-void PrintTo(const PixelSizeCase& c, std::ostream* os) {
-    *os << c.label;
-}
 
 // A single bits-per-sample value sits in its entry, where the reader never
 // looks, so a one-sample file is little-endian to be read as one sample.
@@ -242,8 +245,8 @@ TEST(NamedPipe, IsNeverWaitedFor) {
                            rig.dir / "subjects"},
                           out, err, nullptr),
               1);
-    EXPECT_EQ(out.str(), "a.tif: written " + (rig.dir / "cli/a_eq.tif").string() + "\nb.tif: written " +
-                             (rig.dir / "cli/b_eq.tif").string() +
+    EXPECT_EQ(out.str(), "a.tif: written " + (rig.dir / "cli/a_eq.tif").string() +
+                             "\nb.tif: written " + (rig.dir / "cli/b_eq.tif").string() +
                              "\npipe.tif: skipped: the file can't be opened\n");
     ::alarm(0);
 }

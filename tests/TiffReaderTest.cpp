@@ -119,8 +119,8 @@ INSTANTIATE_TEST_SUITE_P(
         FieldCase{"short_le", With({{256, 3, 1, 0x12340007}}), &TiffFile::ImageWidth, 7},
         FieldCase{"short_be", With({{256, 3, 1, 0x12340007}}, false), &TiffFile::ImageWidth, 7},
         // Any other type, even BYTE, takes all 32 bits.
-        FieldCase{"byte_type_takes_32_bits", With({{256, 1, 1, 0x00010002}}),
-                  &TiffFile::ImageWidth, 0x00010002},
+        FieldCase{"byte_type_takes_32_bits", With({{256, 1, 1, 0x00010002}}), &TiffFile::ImageWidth,
+                  0x00010002},
         FieldCase{"long", With({{257, 4, 1, 70000}}, false), &TiffFile::ImageHeight, 70000},
         FieldCase{"later_duplicate_wins", With({{256, 4, 1, 5}, {256, 4, 1, 6}}),
                   &TiffFile::ImageWidth, 6},
@@ -129,8 +129,8 @@ INSTANTIATE_TEST_SUITE_P(
         FieldCase{"profile_offset_32_bits", With({{34675, 7, 560, 0x00100002}}),
                   &TiffFile::ProfileOffset, 0x00100002},
         FieldCase{"orientation_ignored", With({{274, 3, 1, 3}}), &TiffFile::ImageWidth, 4},
-        FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}),
-                  &TiffFile::RowsPerStrip, 4294967295LL},
+        FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
+                  4294967295LL},
         FieldCase{"no_rows_per_strip", With({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
         FieldCase{"four_samples", With({{277, 3, 1, 4}}, true, 16), &TiffFile::BytesPerPixel, 8},
         // Tag 258's list stands away from the entry and its last value counts;

@@ -35,7 +35,8 @@ TEST(ToneMapTest, BandsByGreenByteAndDarkerPixelsCopied) {
     // Laid out over two rows, so that a map of the first row alone shows.
     constexpr std::int64_t kWidth = std::size(cases) / 2;
     Picture white(kWidth, 2);
-    for (std::int64_t n = 0; n < 2 * kWidth; ++n) white.SetPixel(n % kWidth, n / kWidth, cases[n].source);
+    for (std::int64_t n = 0; n < 2 * kWidth; ++n)
+        white.SetPixel(n % kWidth, n / kWidth, cases[n].source);
     Picture tone(kWidth, 2);
     CreateToneMap(white, tone);
     for (std::int64_t n = 0; n < 2 * kWidth; ++n)

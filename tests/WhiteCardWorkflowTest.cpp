@@ -48,16 +48,20 @@ TEST_F(WhiteCardWorkflowTest, AcceptedCardShowsItsFigures) {
         std::uint16_t green;
         const char* maximum;
     };
-    const Case cases[] = {{8, true, 240, "240"},          {8, false, 255, "255"},
-                          {16, true, 65535, "65535 (255)"}, {16, false, 61680, "61680 (240)"},
-                          {16, true, 128, "128 (0)"},     {16, false, 129, "129 (1)"},
-                          {16, true, 385, "385 (1)"},     {16, true, 386, "386 (2)"}};
+    const Case cases[] = {{8, true, 240, "240"},
+                          {8, false, 255, "255"},
+                          {16, true, 65535, "65535 (255)"},
+                          {16, false, 61680, "61680 (240)"},
+                          {16, true, 128, "128 (0)"},
+                          {16, false, 129, "129 (1)"},
+                          {16, true, 385, "385 (1)"},
+                          {16, true, 386, "386 (2)"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.maximum);
         testing_tiff::TiffSpec f = testing_tiff::SpecOf(4, 3, c.bits, c.little);
         f.pixel = [&](std::uint32_t x, std::uint32_t y) {
-            return testing_tiff::Rgb{60000, static_cast<std::uint16_t>(x == 2 && y == 1 ? c.green : 1),
-                                     1000};
+            return testing_tiff::Rgb{
+                60000, static_cast<std::uint16_t>(x == 2 && y == 1 ? c.green : 1), 1000};
         };
         Open(Make(f, "card.tif"));
         EXPECT_TRUE(host.dialogs.messages.empty());

@@ -42,6 +42,7 @@ class WindowFixture : public ::testing::Test {
         auto* list = Get<QTableWidget>("LstSubject");
         QTableWidgetItem* cell = list->item(row, column);
         list->scrollToItem(cell);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(cell).center());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualItemRect(cell).center());
     }
 };

@@ -34,9 +34,14 @@ TEST_F(WindowTest, ScaleKeysSetTheAmountAndClearTheCompletedBatch) {
         double amount;
         const char* shown;  // what the field's mask let through
     };
-    const Case cases[] = {{"", 0.0, ""},           {"999.9", 9.999, "999.9"}, {"50", 0.5, "50"},
-                          {".", 0.0, "."},         {"12.5", 0.125, "12.5"},  {"1000", 1.0, "100"},
-                          {"12.34", 0.123, "12.3"}, {"-1e3,", 0.13, "13"}};
+    const Case cases[] = {{"", 0.0, ""},
+                          {"999.9", 9.999, "999.9"},
+                          {"50", 0.5, "50"},
+                          {".", 0.0, "."},
+                          {"12.5", 0.125, "12.5"},
+                          {"1000", 1.0, "100"},
+                          {"12.34", 0.123, "12.3"},
+                          {"-1e3,", 0.13, "13"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.typed);
         field->clear();

@@ -19,7 +19,7 @@
 struct LibtiffImage {
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
-    bool bigEndian = false;          // the file's byte order
+    bool bigEndian = false;  // the file's byte order
     std::vector<std::uint8_t> pixels, profile;
 };
 
