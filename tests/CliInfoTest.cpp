@@ -4,7 +4,6 @@
 
 #include "InfoCommand.h"
 #include "support/LibtiffFiles.h"
-#include "support/RecordingProgress.h"
 #include "support/TempFolder.h"
 
 namespace {

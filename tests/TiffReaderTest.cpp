@@ -75,21 +75,6 @@ INSTANTIATE_TEST_SUITE_P(
         return n;
     });
 
-TEST(TiffReader, AnyMarkButIntelIsTakenForBigEndian) {
-    TiffSpec image;
-    image.littleEndian = false;
-    image.width = 300;
-    std::string bytes = BuildTiff(image).bytes;
-    bytes[0] = 'X';
-    bytes[1] = 'Y';
-    TempFolder folder;
-    const Opened o = OpenBytes(folder, bytes);
-    ASSERT_FALSE(o.failed) << o.tiff->errstr;
-    EXPECT_FALSE(o.tiff->LittleEndian);
-    EXPECT_TRUE(o.tiff->SwapBytes);
-    EXPECT_EQ(o.tiff->ImageWidth, 300);
-}
-
 TiffSpec With(std::vector<Entry> extra, bool little = true, int bits = 8,
               std::int64_t rowsPerStrip = -1) {
     TiffSpec s = SpecOf(4, 3, bits, little);

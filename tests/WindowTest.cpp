@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 
@@ -55,34 +54,6 @@ TEST_F(WindowTest, ScaleKeysSetTheAmountAndClearTheCompletedBatch) {
     field->setText("1");
     QTest::keyClick(field, Qt::Key_Backspace);  // emptied by the user
     EXPECT_DOUBLE_EQ(State().AmountToApply, 0.0);
-}
-
-TEST_F(WindowTest, ProcessRuleAppliesOnlyAtItsPoints) {
-    auto* process = Get<QPushButton>("BtnProcess");
-    auto* field = Get<QLineEdit>("FldScale");
-    struct Case {
-        bool white, subject, enabled;
-    };
-    const Case cases[] = {{false, false, false},
-                          {true, false, false},
-                          {false, true, false},
-                          {true, true, true},
-                          {true, false, false}};
-    bool previous = false;
-    for (const Case& c : cases) {
-        State().WhiteOpened = c.white;
-        State().SubjectSelected = c.subject;
-        EXPECT_EQ(process->isEnabled(), previous);  // the flags alone change nothing
-        QTest::keyClick(field, Qt::Key_End);
-        EXPECT_EQ(process->isEnabled(), c.enabled) << c.white << c.subject;
-        previous = c.enabled;
-    }
-    // After a batch left it disabled, a key brings it back.
-    State().WhiteOpened = State().SubjectSelected = true;
-    win->DisableProcess();
-    EXPECT_FALSE(process->isEnabled());
-    QTest::keyClick(field, Qt::Key_End);
-    EXPECT_TRUE(process->isEnabled());
 }
 
 // The strip shows with its tick box; hiding the box with the previews keeps its effect.
