@@ -4,7 +4,6 @@
 
 #include "InfoCommand.h"
 #include "support/LibtiffFiles.h"
-#include "support/RecordingProgress.h"
 #include "support/TempFolder.h"
 
 namespace {
@@ -23,10 +22,6 @@ class CliInfoTest : public ::testing::TestWithParam<InfoCase> {};
 TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     const InfoCase c = GetParam();
     TempFolder folder;
-    LibtiffImage gray = PatternImage(2, 2, 8);
-    gray.samples = 1;
-    gray.photometric = PHOTOMETRIC_MINISBLACK;
-    WriteWithLibtiff(folder / "gray.tif", gray);
     LibtiffImage rgb = PatternImage(2, 2, 8);
     rgb.profile = PatternBytes(333);
     rgb.bigEndian = true;
@@ -66,7 +61,6 @@ INSTANTIATE_TEST_SUITE_P(
                       InfoCase{
                           "Missing", {"@none.tif"}, 2, "", "Error: The file can't be opened: "},
                       InfoCase{"NotATiff", {"@text.tif"}, 2, "", "Not a valid TIFF file.\n"},
-                      InfoCase{"NotRgb", {"@gray.tif"}, 2, "", "The file must be RGB only.\n"},
                       InfoCase{"NoProfile",
                                {kWhiteCard, "--profile", "@p.icc"},
                                2,

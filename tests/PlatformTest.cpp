@@ -44,18 +44,6 @@ TEST_P(BinaryStreamSource, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
 }
 INSTANTIATE_TEST_SUITE_P(FileAndMemory, BinaryStreamSource, ::testing::Bool());
 
-TEST(BinaryStream, UpdateInPlaceNeverTruncates) {
-    TempFolder folder;
-    WriteFile(folder / "f", "\x01\x02\x03\x04\x05\x06");
-    auto stream = BinaryStream::Open(FolderItem(folder / "f"), true);
-    ASSERT_TRUE(stream);
-    stream->SetPosition(2);
-    stream->Write(std::string("\x09\x08", 2));
-    EXPECT_EQ(stream->LastErrorCode(), 0);
-    stream->Close();
-    EXPECT_EQ(ReadFile(folder / "f"), "\x01\x02\x09\x08\x05\x06");
-}
-
 TEST(BinaryStream, OpenGivesNilForMissingFilesAndFolders) {
     TempFolder folder;
     EXPECT_FALSE(BinaryStream::Open(FolderItem(folder / "absent")));

@@ -1,13 +1,8 @@
 #include <gtest/gtest.h>
-#include <sstream>
 
-#include "AnalyzeCommand.h"
 #include "PngDecode.h"
 #include "PngFile.h"
-#include "TempFolder.h"
-#include "TiffBuilder.h"
 
-using namespace testing_tiff;
 using namespace testing_png;
 
 namespace {
@@ -44,22 +39,4 @@ INSTANTIATE_TEST_SUITE_P(Sizes, PngRoundTrip,
                          ::testing::Values(SizeCase{1, 1}, SizeCase{230, 95}, SizeCase{230, 172},
                                            SizeCase{7, 3121}));
 
-// analyze --preview: the white card at its own size when it fits the 230 x
-// 230 room, 16-bit samples brought down by 257.
-TEST(AnalyzePreview, WritesTheWhiteCardPreview) {
-    TempFolder dir;
-    TiffSpec white = SpecOf(3, 2, 16, false);
-    white.pixel = [](std::uint32_t x, std::uint32_t y) {
-        return Rgb{static_cast<std::uint16_t>(257 * (10 * x + y)), 65535, 256};
-    };
-    WriteFile(dir / "white.tif", BuildTiff(white).bytes);
-    std::ostringstream out, err;
-    ASSERT_EQ(RunAnalyze({dir / "white.tif", "--preview", dir / "w.png"}, out, err), 0);
-    const Decoded d = Decode(ReadFile(dir / "w.png"));
-    ASSERT_EQ(d.width, 3u);
-    ASSERT_EQ(d.height, 2u);
-    const unsigned char expected[] = {0, 0, 255, 0, 10, 255, 0, 20, 255, 0,
-                                      0, 1, 255, 0, 11, 255, 0, 21, 255, 0};
-    EXPECT_EQ(d.scanLines, std::string(reinterpret_cast<const char*>(expected), sizeof expected));
-}
 }  // namespace

@@ -21,17 +21,10 @@ class SubjectListTest : public WindowFixture {
             std::ofstream(subjects / name) << "x";
         return subjects;
     }
-    void Choose(const std::filesystem::path& path) {
-        dialogs.folderAnswers.push_back(path);
-        QTest::mouseClick(Get("BtnSubject"), Qt::LeftButton);
-    }
     std::vector<std::string> Names() {
         std::vector<std::string> names;
         for (int row = 0; row < list->rowCount(); ++row) names.push_back(win->FileName(row));
         return names;
-    }
-    void Tick(int row, bool ticked) {  // as the user's click on the tick box does
-        list->item(row, 1)->setCheckState(ticked ? Qt::Checked : Qt::Unchecked);
     }
 };
 
@@ -39,7 +32,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     State().ErrorMessages = {"old", "older"};
     State().EqualizationCompleted = true;
     Get<QLabel>("TxtResult")->setText("old result");
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     EXPECT_EQ(dialogs.folderPrompts, std::vector<std::string>{"Select the image folder"});
     EXPECT_EQ(Names(), (std::vector<std::string>{"a.tif", "b.TIFF", "c.jfx", "e.tif"}));
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>(5, ""));
@@ -47,27 +40,23 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     EXPECT_EQ(Get<QLabel>("TxtResult")->text(), "");
     EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
     for (int row = 0; row < list->rowCount(); ++row) EXPECT_FALSE(win->Ticked(row));
-}
-
-TEST_F(SubjectListTest, CancelledDialogForgetsTheFolderButKeepsTheList) {
-    Choose(MixedFolder());
-    Choose("");
+    // A cancelled dialog forgets the folder but keeps the list.
+    ChooseSubjects("");
     EXPECT_EQ(State().fsubject, nullptr);
     EXPECT_EQ(list->rowCount(), 4);
     EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
-}
-
-TEST_F(SubjectListTest, FolderWithoutTiffsGivesOneEmptyMessage) {
+    // A folder without TIFFs leaves one empty message.
     std::filesystem::create_directories(folder / "empty");
-    Choose(folder / "empty");
+    ChooseSubjects(folder / "empty");
     EXPECT_EQ(list->rowCount(), 0);
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>{""});
 }
 
-TEST_F(SubjectListTest, TicksDecideSubjectSelectedAndTheProcessButton) {
-    Choose(MixedFolder());
+TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessButton) {
+    win->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
-    auto* process = Get<QPushButton>("BtnProcess");
     struct Step {
         int row;
         bool ticked;
@@ -75,31 +64,21 @@ TEST_F(SubjectListTest, TicksDecideSubjectSelectedAndTheProcessButton) {
     };
     const Step steps[] = {{3, true, true}, {0, true, true}, {0, false, true}, {3, false, false}};
     for (const Step& s : steps) {
-        Tick(s.row, s.ticked);
+        ClickCell(s.row, 1);
+        EXPECT_EQ(win->Ticked(s.row), s.ticked);
         EXPECT_EQ(State().SubjectSelected, s.selected) << s.row << s.ticked;
-        EXPECT_EQ(process->isEnabled(), s.selected);
+        EXPECT_EQ(Get("BtnProcess")->isEnabled(), s.selected);
     }
 }
 
-TEST_F(SubjectListTest, AClickOnTheTickBoxTicksTheRow) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
-    Choose(MixedFolder());
-    State().WhiteOpened = true;
-    const QRect cell = list->visualItemRect(list->item(1, 1));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
-    EXPECT_TRUE(win->Ticked(1));
-    EXPECT_TRUE(State().SubjectSelected);
-    EXPECT_TRUE(Get("BtnProcess")->isEnabled());
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, cell.center());
-    EXPECT_FALSE(win->Ticked(1));
-    EXPECT_FALSE(Get("BtnProcess")->isEnabled());
-}
-
 TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
-    Choose(MixedFolder());
-    State().WhiteOpened = true;
     auto* box = Get<QCheckBox>("ChkSelectAll");
+    QTest::mouseClick(box, Qt::LeftButton);  // an empty list still flips the caption
+    EXPECT_EQ(box->text(), "Unselect All");
+    EXPECT_FALSE(State().SubjectSelected);
+    QTest::mouseClick(box, Qt::LeftButton);
+    ChooseSubjects(MixedFolder());
+    State().WhiteOpened = true;
     struct Step {
         bool ticked;
         const char* caption;
@@ -112,20 +91,14 @@ TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
         EXPECT_EQ(State().SubjectSelected, s.ticked);
         EXPECT_EQ(Get<QPushButton>("BtnProcess")->isEnabled(), s.ticked);
     }
-    // A single tick by hand leaves the box as it is.
-    Tick(1, true);
+    // A single tick leaves the box as it is.
+    list->item(1, 1)->setCheckState(Qt::Checked);
     EXPECT_FALSE(box->isChecked());
     EXPECT_EQ(box->text(), "Select All");
 }
 
-TEST_F(SubjectListTest, SelectAllOnAnEmptyListStillFlipsItsCaption) {
-    QTest::mouseClick(Get("ChkSelectAll"), Qt::LeftButton);
-    EXPECT_EQ(Get<QCheckBox>("ChkSelectAll")->text(), "Unselect All");
-    EXPECT_FALSE(State().SubjectSelected);
-}
-
 TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
-    Choose(MixedFolder());
+    ChooseSubjects(MixedFolder());
     auto* result = Get<QLabel>("TxtResult");
     State().ErrorMessages = {"first", "second", "", "fourth", ""};
     list->selectRow(1);
@@ -140,8 +113,8 @@ TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
 }
 
 TEST_F(SubjectListTest, BatchSeesTicksNamesAndMarksRows) {
-    Choose(MixedFolder());
-    Tick(2, true);
+    ChooseSubjects(MixedFolder());
+    list->item(2, 1)->setCheckState(Qt::Checked);
     EXPECT_EQ(win->ListCount(), 4);
     EXPECT_TRUE(win->Ticked(2));
     EXPECT_FALSE(win->Ticked(-1));

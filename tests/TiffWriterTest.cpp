@@ -46,7 +46,7 @@ struct WriteCase {
 
 class WriteTIFFTest : public ::testing::TestWithParam<WriteCase> {};
 
-TEST_P(WriteTIFFTest, LibtiffAndOurReaderSeeWhatWasWritten) {
+TEST_P(WriteTIFFTest, LibtiffSeesWhatWasWritten) {
     const WriteCase c = GetParam();
     TempFolder folder;
     const auto path = folder / "out.tif";
@@ -78,16 +78,6 @@ TEST_P(WriteTIFFTest, LibtiffAndOurReaderSeeWhatWasWritten) {
     EXPECT_EQ(back.photometric, c.interpretation);
     EXPECT_EQ(back.pixels, pixels);  // a little-endian host reads the samples unchanged
     EXPECT_EQ(back.profile, c.profile.value_or(std::vector<std::uint8_t>{}));
-
-    // Our reader takes RGB only, and BitsPerSample always from an array.
-    if (c.samples != 3 || c.interpretation != 2) return;
-    TiffFile ours;
-    ours.fi = t->fi;
-    ASSERT_FALSE(ours.OpenTIFF());
-    ours.ReadImage();
-    EXPECT_EQ(ours.BitsPerSample, c.bits);
-    EXPECT_EQ(BlockBytes(*ours.imageBuffer), pixels);
-    EXPECT_EQ(ours.ReadProfile(), c.profile && !c.profile->empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(

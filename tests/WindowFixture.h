@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QTableWidget>
+#include <QTest>
 #include <QWidget>
 #include <memory>
 
@@ -25,4 +27,22 @@ class WindowFixture : public ::testing::Test {
         return control;
     }
     WindowState& State() { return win->State(); }
+
+    // As the user does it, with the dialogs answering the given path.
+    void Click(const char* name) { QTest::mouseClick(Get(name), Qt::LeftButton); }
+    void OpenWhite(const std::filesystem::path& path) {
+        dialogs.openAnswers.push_back(path);
+        Click("BtnWhite");
+    }
+    void ChooseSubjects(const std::filesystem::path& path) {
+        dialogs.folderAnswers.push_back(path);
+        Click("BtnSubject");
+    }
+    void ClickCell(int row, int column) {
+        auto* list = Get<QTableWidget>("LstSubject");
+        QTableWidgetItem* cell = list->item(row, column);
+        list->scrollToItem(cell);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                          list->visualItemRect(cell).center());
+    }
 };

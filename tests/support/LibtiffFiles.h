@@ -19,8 +19,7 @@
 struct LibtiffImage {
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
-    std::uint32_t rowsPerStrip = 0;  // 0: the whole image in one strip
-    bool bigEndian = false;          // the file's byte order
+    bool bigEndian = false;  // the file's byte order
     std::vector<std::uint8_t> pixels, profile;
 };
 
@@ -64,7 +63,7 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffIma
     TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, image.samples);
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, image.photometric);
     TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.rowsPerStrip ? image.rowsPerStrip : image.height);
+    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.height);
     if (!image.profile.empty())
         TIFFSetField(tif, TIFFTAG_ICCPROFILE, std::uint32_t(image.profile.size()),
                      image.profile.data());
@@ -96,16 +95,6 @@ inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
         image.profile.assign(profile, profile + length);
     TIFFClose(tif);
     return image;
-}
-
-// Where libtiff itself says the first strip starts.
-inline std::uint64_t LibtiffStripOffset(const std::filesystem::path& path) {
-    TIFF* tif = TIFFOpen(path.c_str(), "r");
-    std::uint64_t* offsets = nullptr;
-    TIFFGetField(tif, TIFFTAG_STRIPOFFSETS, &offsets);
-    const std::uint64_t first = offsets ? offsets[0] : 0;
-    TIFFClose(tif);
-    return first;
 }
 
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {

@@ -139,12 +139,4 @@ inline std::string ReadFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-// A sample of a built row, in the file's byte order.
-inline std::uint16_t SampleAt(const std::string& bytes, std::size_t at, int bits, bool little) {
-    const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(bytes[at + k]); };
-    if (bits == 8) return byte(0);
-    return little ? static_cast<std::uint16_t>(byte(0) | byte(1) << 8)
-                  : static_cast<std::uint16_t>(byte(0) << 8 | byte(1));
-}
-
 }  // namespace testing_tiff
