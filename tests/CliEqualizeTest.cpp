@@ -33,44 +33,6 @@ struct CliRig : BatchRig {
     }
 };
 
-struct UsageCase {
-    const char* label;
-    std::vector<std::string> extra;  // after --white and --output, or alone when useBase is false
-    bool useBase;
-};
-
-class CliUsage : public ::testing::TestWithParam<UsageCase> {};
-
-TEST_P(CliUsage, IsRefusedWithTwo) {
-    CliRig rig;
-    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
-    const UsageCase& c = GetParam();
-    std::vector<std::string> args = c.useBase ? rig.With(c.extra) : c.extra;
-    for (std::string& a : args)
-        if (a == "SUBJECT") a = rig.SubjectPath("a.tif");
-    const Outcome o = rig.Run(args);
-    EXPECT_EQ(o.code, 2);
-    EXPECT_EQ(o.out, "");
-    EXPECT_NE(o.err, "");
-    EXPECT_FALSE(std::filesystem::exists(rig.OutputPath("a_eq.tif")));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Lines, CliUsage,
-    ::testing::Values(UsageCase{"Nothing", {}, false}, UsageCase{"NoSubject", {}, true},
-                      UsageCase{"NoWhite", {"--output", "/tmp", "SUBJECT"}, false},
-                      UsageCase{"NegativeAmount", {"--amount", "-5", "SUBJECT"}, true},
-                      UsageCase{"WordAmount", {"--amount", "much", "SUBJECT"}, true},
-                      UsageCase{"HalfNumberAmount", {"--amount", "12x", "SUBJECT"}, true},
-                      UsageCase{"NoJobs", {"--jobs", "0", "SUBJECT"}, true},
-                      UsageCase{"UnknownOption", {"--fast", "SUBJECT"}, true},
-                      UsageCase{"MissingValue", {"SUBJECT", "--amount"}, true},
-                      UsageCase{"WhiteNotATiff", {"--white", "/etc/hostname", "SUBJECT"}, true},
-                      UsageCase{"OutputMissing",
-                                {"--white", "SUBJECT", "--output", "/nowhere/at/all", "SUBJECT"},
-                                false}),
-    [](const auto& info) { return std::string(info.param.label); });
-
 // A folder stands for its .tif, .tiff and .jfx files in name order, no
 // others and no subfolders; each gets its line, in that order.
 TEST(CliEqualize, FolderLinesAndExitCode) {
@@ -96,6 +58,10 @@ TEST(CliEqualize, FolderLinesAndExitCode) {
     for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
         files += entry.is_regular_file();
     EXPECT_EQ(files, 2u);
+    const Outcome none = rig.Run(
+        {"--white", rig.dir / "white.tif", "--output", rig.dir / "none", rig.dir / "subjects"});
+    EXPECT_EQ(none.code, 2);
+    EXPECT_TRUE(none.err.starts_with("brisavane-cli equalize: the output folder doesn't exist"));
 }
 
 TEST(CliEqualize, ExistingOutputNeedsOverwrite) {

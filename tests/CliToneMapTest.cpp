@@ -111,34 +111,6 @@ TEST(CliToneMap, MapHasThePreviewSizeForTheWindowsCanvas) {
         EXPECT_EQ(png.scanLines.substr(k, 3), std::string("\xff\x00\x00", 3));
 }
 
-struct UsageCase {
-    const char* name;
-    std::vector<std::string> args;
-};
-
-class CliToneMapUsage : public ::testing::TestWithParam<UsageCase> {};
-
-TEST_P(CliToneMapUsage, IsRefusedWithTwoAndNoFile) {
-    TempFolder dir;
-    std::vector<std::string> args = {CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true)};
-    for (const std::string& a : GetParam().args) args.push_back(a.empty() ? a : (dir / a).string());
-    const CliRun r = Analyze(args);
-    EXPECT_EQ(r.code, 2);
-    EXPECT_EQ(r.out, "");
-    EXPECT_TRUE(r.err.ends_with("\nusage: " + std::string(kAnalyzeUsage) + "\n"));
-    EXPECT_FALSE(std::filesystem::exists(dir / "t.png"));
-}
-
-// Arguments other than the empty one stand for files in the test's folder.
-INSTANTIATE_TEST_SUITE_P(
-    Arguments, CliToneMapUsage,
-    ::testing::Values(UsageCase{"no_path", {"--tone-map"}},
-                      UsageCase{"empty_path", {"--tone-map", ""}},
-                      UsageCase{"twice", {"--tone-map", "t.png", "--tone-map", "u.png"}},
-                      UsageCase{"unknown_option", {"--tone-map", "t.png", "--tonemap", "u.png"}},
-                      UsageCase{"dangling", {"--tone-map", "t.png", "--preview"}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
 TEST(CliToneMap, UnwritablePathIsOneWithTheFiguresPrinted) {
     TempFolder dir;
     const CliRun r = Analyze({CardWith(dir, {{{0, 250, 0}, {255, 0, 0}}}, 8, true), "--tone-map",
