@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <thread>
 #include <vector>
 
 // The command line of brisavane-cli equalize, read and checked.
@@ -9,7 +11,7 @@ struct EqualizeOptions {
     std::string output;
     double amountToApply = 1.0;  // --amount in percent, divided by 100 as the window does
     bool overwrite = false;
-    int jobs = 1;
+    int jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));  // one a core
     std::vector<std::string> subjects;
 
     // Fills the options from the words after "equalize"; false with the

@@ -4,23 +4,13 @@
 
 #include "Correction.h"
 #include "EightBitVectorLoop.h"
-
-// Clang (which the fuzz targets are built with) can't clone templates for
-// several processors; it builds the one plain version.
-#if defined(__clang__)
-#define BRISAVANE_VECTOR_CLONES
-#else
-#define BRISAVANE_VECTOR_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
-#endif
+#include "VectorClones.h"
 
 namespace {
 // The hot loop of the program: a straight walk over the row with no calls that
 // stay calls, no branches on the layout or byte order and no allocation, so
 // the compiler can keep it in vector registers. Gain and CorrectedSample are
 // the formula's own inline functions, so the results are the per-pixel ones.
-// It is built for the plain processor and for wider vector units, picked once
-// at start-up by what the machine has; every IEEE operation rounds the same in
-// each, and contraction into fused multiply-adds is off for the whole build.
 template <class Sample, bool SubjectSwap, bool WhiteSwap>
 BRISAVANE_VECTOR_CLONES void CorrectPixels(double targetLevel, double ceiling,
                                            const std::uint8_t* __restrict subject,
