@@ -66,6 +66,11 @@ std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs) {
     return result;
 }
 
+void Print(const char* what, const Run& run) {
+    std::printf("  %-40s %7.3f s  (user %.3f, system %.3f)\n", what, run.seconds, run.user,
+                run.system);
+}
+
 double Median(std::vector<double> seconds) {
     std::sort(seconds.begin(), seconds.end());
     return seconds[seconds.size() / 2];

@@ -40,6 +40,9 @@ Job Program(
 // largest peak.
 std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs);
 
+// One line of a report: what was run, its wall, user and system times.
+void Print(const char* what, const Run& run);
+
 // The median of the given times.
 double Median(std::vector<double> seconds);
 

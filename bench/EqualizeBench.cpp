@@ -26,10 +26,6 @@ namespace {
 // and then held to one core, show what the second core brings.
 constexpr int kSubjects = 8;
 
-void Print(const char* what, const Run& r) {
-    std::printf("  %-40s %7.3f s  (user %.3f, system %.3f)\n", what, r.seconds, r.user, r.system);
-}
-
 void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     const fs::path white = dir / ("white" + std::to_string(bits) + ".tif");
     const fs::path many = dir / ("subjects" + std::to_string(bits));
