@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 
 #include "Dialogs.h"
@@ -24,6 +25,9 @@ class WindowEventPump final : public QObject, public EventPump {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    static constexpr qint64 kFrameMilliseconds = 15;
+
+    QElapsedTimer sinceWindowEvents_;  // since the window system was last asked
     bool running_ = false;
     bool cancelled_ = false;
 };

@@ -38,7 +38,8 @@ Run Execute(const std::vector<std::string>& argv) {
         std::fprintf(stderr, "%s failed\n", argv[0].c_str());
         std::exit(1);
     }
-    return {seconds, usage.ru_maxrss};
+    const auto time = [](const timeval& t) { return t.tv_sec + t.tv_usec / 1e6; };
+    return {seconds, usage.ru_maxrss, time(usage.ru_utime), time(usage.ru_stime)};
 }
 
 Job Program(std::vector<std::string> argv, std::function<void()> prepare) {
@@ -50,16 +51,24 @@ Job Program(std::vector<std::string> argv, std::function<void()> prepare) {
 
 std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs) {
     for (const Job& job : jobs) job();
-    std::vector<std::vector<double>> times(jobs.size());
+    std::vector<std::vector<double>> wall(jobs.size()), user(jobs.size()), system(jobs.size());
     std::vector<Run> result(jobs.size(), Run{0, 0});
     for (int round = 0; round < runs; ++round)
         for (std::size_t k = 0; k < jobs.size(); ++k) {
             const Run r = jobs[k]();
-            times[k].push_back(r.seconds);
+            wall[k].push_back(r.seconds);
+            user[k].push_back(r.user);
+            system[k].push_back(r.system);
             result[k].peakKiB = std::max(result[k].peakKiB, r.peakKiB);
         }
-    for (std::size_t k = 0; k < jobs.size(); ++k) result[k].seconds = Median(times[k]);
+    for (std::size_t k = 0; k < jobs.size(); ++k)
+        result[k] = {Median(wall[k]), result[k].peakKiB, Median(user[k]), Median(system[k])};
     return result;
+}
+
+void Print(const char* what, const Run& run) {
+    std::printf("  %-40s %7.3f s  (user %.3f, system %.3f)\n", what, run.seconds, run.user,
+                run.system);
 }
 
 double Median(std::vector<double> seconds) {
@@ -145,8 +154,12 @@ int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
         std::fprintf(stderr, "no brisavane-cli at %s\n", cli.c_str());
         return 2;
     }
-    char pattern[] = "/tmp/brisavane-bench-XXXXXX";
-    const fs::path dir = ::mkdtemp(pattern);
+    std::string pattern = (argc > 3 ? argv[3] : "/tmp") + std::string("/brisavane-bench-XXXXXX");
+    if (!::mkdtemp(pattern.data())) {
+        std::fprintf(stderr, "no folder can be made in %s\n", argc > 3 ? argv[3] : "/tmp");
+        return 2;
+    }
+    const fs::path dir = pattern;
     bench(cli, dir, 16, runs);
     bench(cli, dir, 8, runs);
     fs::remove_all(dir);

@@ -13,9 +13,14 @@ namespace bench {
 
 inline constexpr std::uint32_t kWidth = 6000, kHeight = 4000;
 
+// Wall time, and the CPU time the program spent in itself and in the kernel:
+// on a shared machine the kernel's share (page allocation, writeback of
+// earlier outputs) varies far more from run to run than the program's own.
 struct Run {
     double seconds;
     long peakKiB;
+    double user = 0;
+    double system = 0;
 };
 
 // Runs a program to its end with stdout to /dev/null; exits the benchmark
@@ -31,8 +36,12 @@ Job Program(
 
 // Runs every job once per round, in turn, after one round that warms the page
 // cache, so that the machine's ups and downs fall on all of them alike and
-// their ratios hold. Per job: the median wall time and the largest peak.
+// their ratios hold. Per job: the median wall, user and system times and the
+// largest peak.
 std::vector<Run> MeasureInTurn(const std::vector<Job>& jobs, int runs);
+
+// One line of a report: what was run, its wall, user and system times.
+void Print(const char* what, const Run& run);
 
 // The median of the given times.
 double Median(std::vector<double> seconds);
@@ -55,8 +64,10 @@ void Empty(const std::filesystem::path& folder);
 using DepthBench = std::function<void(const std::string& cli, const std::filesystem::path& dir,
                                       int bits, int runs)>;
 
-// Takes [brisavane-cli] [runs] from the command line and runs the benchmark in
-// 16-bit and 8-bit in a temporary folder, removed at the end; the exit status.
+// Takes [brisavane-cli] [runs] [folder] from the command line and runs the
+// benchmark in 16-bit and 8-bit in a temporary folder made in folder (/tmp if
+// not given; a tmpfs such as /dev/shm gives the steadiest figures), removed at
+// the end; the exit status.
 int RunInBothDepths(int argc, char** argv, const DepthBench& bench);
 
 }  // namespace bench

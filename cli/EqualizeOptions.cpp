@@ -52,7 +52,7 @@ void EqualizeOptions::Declare(CLI::App& app) {
         ->excludes(replace);
     app.add_option_function<std::string>(
            "--jobs", [this](const std::string& text) { jobs = Jobs(text); },
-           "How many files to treat at once (default 1).")
+           "How many files to treat at once (default: one a processor core).")
         ->type_name("N");
     app.add_flag("--json", json,
                  "Write one JSON object a subject, and last one with the run's totals, instead "

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace CLI {
@@ -19,7 +21,7 @@ struct EqualizeOptions {
     bool overwrite = false;
     bool skipExisting = false;
     bool json = false;
-    int jobs = 1;
+    int jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));  // one a core
     std::string fileList;  // --files-from; "-" is standard input
     std::vector<std::string> subjects;
 

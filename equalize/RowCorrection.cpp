@@ -4,25 +4,13 @@
 
 #include "Correction.h"
 #include "EightBitVectorLoop.h"
-
-// Versions for wider x86-64 vector units, picked at load time. Other
-// processors, Clang (which the fuzz targets are built with, and which can't
-// clone templates for several processors) and builds asked for plain loops get
-// the one plain version.
-#if defined(__x86_64__) && !defined(__clang__) && !defined(BRISAVANE_PLAIN_LOOPS)
-#define BRISAVANE_VECTOR_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
-#else
-#define BRISAVANE_VECTOR_CLONES
-#endif
+#include "VectorClones.h"
 
 namespace {
 // The hot loop of the program: a straight walk over the row with no calls that
 // stay calls, no branches on the layout or byte order and no allocation, so
 // the compiler can keep it in vector registers. Gain and CorrectedSample are
 // the formula's own inline functions, so the results are the per-pixel ones.
-// It is built for the plain processor and for wider vector units, picked once
-// at start-up by what the machine has; every IEEE operation rounds the same in
-// each, and contraction into fused multiply-adds is off for the whole build.
 template <class Sample, bool SubjectSwap, bool WhiteSwap>
 BRISAVANE_VECTOR_CLONES void CorrectPixels(double targetLevel, double ceiling,
                                            const std::uint8_t* __restrict subject,

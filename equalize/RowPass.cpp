@@ -84,9 +84,11 @@ RowPassEnd FilePass::Finish() {
     return failed ? RowPassEnd::WriteFailed : RowPassEnd::Written;
 }
 
+// Rows go to the output at their own places, straight from the row buffer.
 RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
     files_.output.LittleEndian = tiff_.LittleEndian;
     files_.output.SetPosition(tiff_.ImageOffset);
+    std::int64_t at = files_.output.Position();
     RowReader subjectRows(subjectStream_, tiff_.ImageOffset, layout_.rowBytes);
     RowReader whiteRows(files_.white, files_.whiteOffset, layout_.rowBytes);
     SetUp(presult);
@@ -106,7 +108,8 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
                    rows_.white.Data(), rows_.output.Data());
         if (sampled && length > 0 && host_.ShowPreviews())
             SamplePreviewRow(geometry_, layout_, rows_.output.Data(), preview, previewRow);
-        files_.output.Write(rows_.output.Data(), length);
+        files_.output.WriteAt(at, rows_.output.Data(), length);
+        at += static_cast<std::int64_t>(length);
         bar.SetValue(static_cast<double>(y));
         bar.Refresh();
         host_.Events().DoEvents();

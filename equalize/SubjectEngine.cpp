@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "CopyAroundRows.h"
 #include "Exceptions.h"
 #include "OutputFileName.h"
 #include "RowPass.h"
@@ -46,7 +47,7 @@ class SubjectRoad {
   private:
     std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject, SubjectEnd& end);
     SubjectEnd WriteUnderFinalName(const FolderItem& subject, const FolderItem& output);
-    SubjectEnd WriteBeside(const FolderItem& subject, const FolderItem& output);
+    SubjectEnd WriteBeside(const FolderItem& output);
     SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName);
     BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
     bool Publish(const FolderItem& copy, const FolderItem& output) const;
@@ -89,7 +90,7 @@ SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
     else if (settings_.placement == OutputPlacement::UnderFinalName)
         report.end = WriteUnderFinalName(subject, output);
     else
-        report.end = WriteBeside(subject, output);
+        report.end = WriteBeside(output);
     return report;
 }
 
@@ -127,7 +128,9 @@ SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& subject, const Fol
     return Rewrite(output, output.Name());
 }
 
-SubjectEnd SubjectRoad::WriteBeside(const FolderItem& subject, const FolderItem& output) {
+// The copy under the hidden name leaves the pixel rows out, for the pass to
+// write them once; a copy that isn't finished is thrown away, whatever it holds.
+SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
     std::string hidden = ".";
     hidden.append(output.Name()).append(".").append(std::to_string(::getpid()));
     hidden.append("-").append(std::to_string(settings_.jobNumber)).append(".part");
@@ -135,7 +138,7 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& subject, const FolderItem&
     if (!copy) return SubjectEnd::CopyFailed;
     SubjectEnd end = SubjectEnd::CopyFailed;
     try {
-        if (subject.CopyFileTo(*copy))
+        if (CopyAroundRows(tiff_, *copy))
             end = Rewrite(*copy, output.Name());
         else
             EndRow();

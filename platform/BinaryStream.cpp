@@ -1,5 +1,7 @@
 #include "BinaryStream.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <system_error>
 
@@ -149,6 +151,48 @@ void BinaryStream::Write(const std::uint8_t* src, std::size_t count) {
 
 void BinaryStream::Write(const std::string& bytes) {
     Write(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+}
+
+// Bytes still in the C stream's buffer are pushed to the file first, so that a
+// positioned read sees them and a positioned write isn't overwritten by them.
+std::size_t BinaryStream::ReadAt(std::int64_t position, std::uint8_t* dest, std::size_t count) {
+    // Bytes in memory have no file to read at a place: go there and back.
+    if (memoryLength_ >= 0) {
+        const std::int64_t was = Position();
+        SetPosition(position);
+        const std::size_t got = Read(dest, count);
+        SetPosition(was);
+        return got;
+    }
+    const int fd = ::fileno(Handle());
+    if (lastWasWrite_) Flush();
+    std::size_t got = 0;
+    while (got < count) {
+        const ssize_t n = ::pread(fd, dest + got, count - got,
+                                  static_cast<off_t>(position + static_cast<std::int64_t>(got)));
+        if (n > 0)
+            got += static_cast<std::size_t>(n);
+        else if (n == 0 || errno != EINTR)
+            break;
+    }
+    return got;
+}
+
+void BinaryStream::WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count) {
+    const int fd = ::fileno(Handle());
+    if (lastWasWrite_) Flush();
+    std::size_t put = 0;
+    while (put < count) {
+        errno = 0;
+        const ssize_t n = ::pwrite(fd, src + put, count - put,
+                                   static_cast<off_t>(position + static_cast<std::int64_t>(put)));
+        if (n > 0) {
+            put += static_cast<std::size_t>(n);
+        } else if (n == 0 || errno != EINTR) {
+            NoteError();
+            return;
+        }
+    }
 }
 
 void BinaryStream::WriteUnsigned(std::size_t width, std::uint64_t value) {

@@ -50,6 +50,15 @@ class BinaryStream {
     void Write(const std::uint8_t* src, std::size_t count);
     void Write(const std::string& bytes);
 
+    // Reads and writes at a given place straight between the file and the
+    // caller's memory, one system call each and no copy through the stream's
+    // buffer; the stream's own position is left where it was. Errors count as
+    // for Write, and a read past the end comes back short. Bytes the stream
+    // has already read ahead into its buffer aren't renewed by WriteAt: a
+    // stream written this way is positioned anew before it is read again.
+    std::size_t ReadAt(std::int64_t position, std::uint8_t* dest, std::size_t count);
+    void WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count);
+
     // 0 while every write so far reached the file. Pending output is pushed to
     // the file first, so a failure that buffering would hide still shows here.
     int LastErrorCode();

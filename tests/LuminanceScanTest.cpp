@@ -47,13 +47,14 @@ struct ScanCase {
     std::function<std::uint16_t(std::uint32_t, std::uint32_t)> green;
     std::uint16_t fill;
     Scan expected;
+    std::uint32_t width = 5;
 };
 
 class DiskScan : public ::testing::TestWithParam<ScanCase> {};
 
 TEST_P(DiskScan, FindsBrightestDarkestAndWhere) {
     const ScanCase c = GetParam();
-    const Scan s = ScanFile(Image(5, 4, c.bits, c.little, c.green, c.fill));
+    const Scan s = ScanFile(Image(c.width, 4, c.bits, c.little, c.green, c.fill));
     EXPECT_EQ(s.max, c.expected.max);
     EXPECT_EQ(s.min, c.expected.min);
     EXPECT_EQ(s.x, c.expected.x);
@@ -73,19 +74,35 @@ const Green kEqualPeaks = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t 
     return (y >= 1 && x >= 2) ? 90 : 40;
 };
 const Green kRising = [](std::uint32_t x, std::uint32_t) -> std::uint16_t { return 1000 + x; };
+// 37 pixels a row: whole blocks of pixels first, then a few left over.
+const Green kWide8 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+    return x == 20 && y == 2 ? 250 : x == 36 && y == 1 ? 2 : 100;
+};
+// 256 and 255 swap their order when their bytes are turned round.
+const Green kWide16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+    return x == 30 && y == 1 ? 256 : x == 34 && y == 2 ? 3 : x == 9 && y == 3 ? 4 : 255;
+};
+const Green kWidePeakLeftOver16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
+    return x == 35 && y == 3 ? 60000 : x == 17 && y == 0 ? 7 : 30000;
+};
 
 // Of equal peaks the first in scan order holds the place; an all-black image
 // keeps the place a new object has; red and blue are never looked at.
 INSTANTIATE_TEST_SUITE_P(
     Images, DiskScan,
-    ::testing::Values(ScanCase{"peak_in_last_pixel_8", 8, true, kPeakLast, 0, {200, 10, 4, 3}},
-                      ScanCase{"peak_16_le", 16, true, kPeakLast16, 0, {61680, 300, 4, 3}},
-                      ScanCase{"peak_16_be", 16, false, kPeakLast16, 0, {61680, 300, 4, 3}},
-                      ScanCase{"all_black_keeps_place", 16, true, kBlack, 0, {0, 0, 0, 0}},
-                      ScanCase{"all_equal_first_pixel", 8, true, kEven, 0, {77, 77, 0, 0}},
-                      ScanCase{"first_of_equal_peaks", 8, true, kEqualPeaks, 0, {90, 40, 2, 1}},
-                      ScanCase{
-                          "red_and_blue_ignored", 16, false, kRising, 65535, {1004, 1000, 4, 0}}),
+    ::testing::Values(
+        ScanCase{"peak_in_last_pixel_8", 8, true, kPeakLast, 0, {200, 10, 4, 3}},
+        ScanCase{"peak_16_le", 16, true, kPeakLast16, 0, {61680, 300, 4, 3}},
+        ScanCase{"peak_16_be", 16, false, kPeakLast16, 0, {61680, 300, 4, 3}},
+        ScanCase{"all_black_keeps_place", 16, true, kBlack, 0, {0, 0, 0, 0}},
+        ScanCase{"all_equal_first_pixel", 8, true, kEven, 0, {77, 77, 0, 0}},
+        ScanCase{"first_of_equal_peaks", 8, true, kEqualPeaks, 0, {90, 40, 2, 1}},
+        ScanCase{"red_and_blue_ignored", 16, false, kRising, 65535, {1004, 1000, 4, 0}},
+        ScanCase{"wide_8", 8, true, kWide8, 255, {250, 2, 20, 2}, 37},
+        ScanCase{"wide_16_le", 16, true, kWide16, 65535, {256, 3, 30, 1}, 37},
+        ScanCase{"wide_16_be", 16, false, kWide16, 65535, {256, 3, 30, 1}, 37},
+        ScanCase{
+            "wide_peak_left_over_16", 16, false, kWidePeakLeftOver16, 0, {60000, 7, 35, 3}, 37}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(DiskScan, ReportsEveryRowThenHides) {

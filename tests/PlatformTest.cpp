@@ -41,6 +41,10 @@ TEST_P(BinaryStreamSource, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
     EXPECT_EQ(buffer[2], 0xEE) << "nothing is filled past what was read";
     stream->SetPosition(9);
     EXPECT_EQ(stream->Read(buffer, 4), 0u) << "nothing past the end";
+    stream->SetPosition(1);
+    EXPECT_EQ(stream->ReadAt(3, buffer, 4), 2u);
+    EXPECT_EQ(buffer[1], 0x9A);
+    EXPECT_EQ(stream->Position(), 1) << "a read at a place leaves the stream where it was";
 }
 INSTANTIATE_TEST_SUITE_P(FileAndMemory, BinaryStreamSource, ::testing::Bool());
 

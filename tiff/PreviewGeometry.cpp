@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "NumberText.h"
 
@@ -32,13 +33,17 @@ PreviewGeometry PreviewGeometry::For(std::int64_t imageWidth, std::int64_t image
     return g;
 }
 
+// The chosen pixels are those whose offset is a multiple of the byte step:
+// every stride-th pixel, the stride being the byte step over its common factor
+// with the pixel size. Pixels past the picture's right edge would change
+// nothing, so the walk ends there.
 void SamplePreviewRow(const PreviewGeometry& g, const PixelLayout& layout, const std::uint8_t* row,
                       Picture& picture, std::int64_t y) {
+    const auto pixelBytes = static_cast<std::int64_t>(layout.pixelBytes);
+    const auto stride = static_cast<std::size_t>(g.byteStep / std::gcd(g.byteStep, pixelBytes));
     std::int64_t x = 0;
-    for (std::size_t p = 0; p < layout.pixels; ++p) {
-        const std::size_t o = p * layout.pixelBytes;
-        if (!g.ChosenOffset(static_cast<std::int64_t>(o))) continue;
-        const std::uint8_t* pixel = row + o;
+    for (std::size_t p = 0; p < layout.pixels && x < picture.Width(); p += stride) {
+        const std::uint8_t* pixel = row + p * layout.pixelBytes;
         picture.SetPixel(x++, y,
                          RGB(layout.DisplayLevel(pixel, 0), layout.DisplayLevel(pixel, 1),
                              layout.DisplayLevel(pixel, 2), 0));

@@ -20,8 +20,6 @@ struct PreviewGeometry {
     static PreviewGeometry For(std::int64_t imageWidth, std::int64_t imageHeight,
                                std::int64_t bytesPerPixel, std::int64_t roomWidth,
                                std::int64_t roomHeight);
-    // Whether the byte offset o within a row starts a chosen pixel.
-    bool ChosenOffset(std::int64_t o) const { return o % byteStep == 0; }
 };
 
 // Puts the chosen pixels of one pixel row into row y of a preview, as the
