@@ -282,3 +282,89 @@ INSTANTIATE_TEST_SUITE_P(
              "a TIFF of 2 colour samples a pixel: only 3 (RGB) can be equalized"}),
     [](const auto& info) { return std::string(info.param.label); });
 }  // namespace
+
+namespace {
+const TIFFFieldInfo kPrivate[] = {
+    {65000, -1, -1, TIFF_UNDEFINED, FIELD_CUSTOM, 1, 1, const_cast<char*>("Private")},
+    {37724, -1, -1, TIFF_UNDEFINED, FIELD_CUSTOM, 1, 1, const_cast<char*>("LayerData")}};
+
+void SetBytes(TIFF* tif, ttag_t tag, const std::string& bytes) {
+    TIFFSetField(tif, tag, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+}
+
+// The subject in strips of 16 rows, LZW with predictor 2, with an ICC
+// profile, XMP, IPTC, Photoshop resources, layer data, a private tag and
+// EXIF and GPS directories, written the way libtiff's own tests write them.
+void WriteTagged(const Decoded& image, const fs::path& path) {
+    WriteThroughApi(image, path, {});
+    TIFF* tif = TIFFOpen(path.c_str(), "r+");
+    TIFFMergeFieldInfo(tif, kPrivate, 2);
+    SetBytes(tif, TIFFTAG_ICCPROFILE, std::string(600, 'c'));
+    SetBytes(tif, TIFFTAG_XMLPACKET, "<x:xmpmeta>kept</x:xmpmeta>");
+    SetBytes(tif, TIFFTAG_PHOTOSHOP, std::string(40, 'p'));
+    SetBytes(tif, 65000, "private bytes");
+    SetBytes(tif, 37724, std::string(300, 'l'));
+    std::vector<std::uint32_t> iptc(8, 0x1c020000);
+    TIFFSetField(tif, TIFFTAG_RICHTIFFIPTC, 8u, iptc.data());
+    TIFFRewriteDirectory(tif);
+    std::uint64_t exif = 0, gps = 0;
+    TIFFCreateEXIFDirectory(tif);
+    TIFFSetField(tif, EXIFTAG_EXPOSURETIME, 0.008);
+    TIFFWriteCustomDirectory(tif, &exif);
+    TIFFCreateGPSDirectory(tif);
+    TIFFSetField(tif, GPSTAG_ALTITUDE, 1234.5);
+    TIFFWriteCustomDirectory(tif, &gps);
+    TIFFSetDirectory(tif, 0);
+    TIFFSetField(tif, TIFFTAG_EXIFIFD, exif);
+    TIFFSetField(tif, TIFFTAG_GPSIFD, gps);
+    TIFFRewriteDirectory(tif);
+    TIFFClose(tif);
+}
+
+std::string Run(const std::string& command) {
+    std::string text;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    for (int c; pipe && (c = std::fgetc(pipe)) != EOF;) text.push_back(static_cast<char>(c));
+    if (pipe) ::pclose(pipe);
+    return text;
+}
+
+// Every tag with all its values, as tiffdump lists them, less the file's name,
+// the strip offsets and byte counts and the place of the directory, which may
+// move; then the fields of the EXIF and GPS directories it points to.
+std::string Tags(const fs::path& path) {
+    const std::string dump = "tiffdump -m 100000 ";
+    const std::string moving = " | grep -v -e '^/' -e '^Directory' -e '^Magic' -e '^Strip'";
+    std::string tags = Run(dump + path.string() + moving);
+    for (const std::string ifd : {"34665 (0x8769) IFD (13) 1<", "34853 (0x8825) IFD (13) 1<"}) {
+        const std::size_t at = tags.find(ifd);
+        if (at == std::string::npos) return tags;
+        const std::string offset =
+            tags.substr(at + ifd.size(), tags.find('>', at) - at - ifd.size());
+        tags += Run(dump + "-o " + offset + " " + path.string() + moving);
+    }
+    return tags;
+}
+
+TEST(TaggedSubject, KeepsEveryTagButThePhotoshopLayersWhichTheLineNames) {
+    TempFolder dir;
+    const fs::path card = fs::path(BRISAVANE_SAMPLES) / "white_card.tif";
+    const fs::path subject = dir / "tagged.tif", out = dir / "out";
+    WriteTagged(Decode(fs::path(BRISAVANE_SAMPLES) / "subjects/chart_16bit.tif"), subject);
+    fs::create_directories(out);
+    std::ostringstream o, e;
+    ASSERT_EQ(RunEqualize({"--white", card, "--output", out, subject}, o, e, nullptr), 0)
+        << e.str();
+    EXPECT_EQ(o.str(), "tagged.tif: written " + (out / "tagged_eq.tif").string() +
+                           " (Photoshop layer data removed)\n");
+    std::string before = Tags(subject);
+    const std::string after = Tags(out / "tagged_eq.tif");
+    for (const char* expected : {"ICC Profile (34675)", "700 (0x2bc)", "33723 (0x83bb)",
+                                 "34377 (0x8649)", "65000 (0xfde8)", "34665", "34853",
+                                 "37724 (0x935c)", "33434 (0x829a) RATIONAL", "6 (0x6) RATIONAL"})
+        EXPECT_NE(before.find(expected), std::string::npos) << expected << "\n" << before;
+    const std::size_t layers = before.find("37724 (0x935c)");
+    before.erase(layers, before.find('\n', layers) + 1 - layers);
+    EXPECT_EQ(after, before);
+}
+}  // namespace
