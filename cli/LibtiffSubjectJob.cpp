@@ -53,6 +53,9 @@ SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile&
         return SubjectResult::Failed(name, text);
     const auto output = settings.outputFolder.Child(CreateOutputFileName(name));
     if (!output) return SubjectResult::Failed(name, "no output name can be made from this name");
+    std::error_code same;
+    if (fs::equivalent(path, output->Path(), same))
+        return SubjectResult::Skipped(name, "its output would replace the subject " + name);
     if (output->Exists() && !settings.overwrite)
         return SubjectResult::Skipped(name,
                                       output->NativePath() + " exists (--overwrite replaces it)");

@@ -6,7 +6,7 @@
 
 CardGreen::CardGreen(const std::string& path) : image_(path, "r") {
     if (!Opened() || !image_.Unusable().empty()) return;
-    bandRows_ = image_.tiled ? image_.tileLength : image_.rowsPerStrip;
+    bandRows_ = image_.BandRows();
     band_.resize(std::size_t{image_.width} * bandRows_);
     chunk_.resize(image_.ChunkBytes());
 }

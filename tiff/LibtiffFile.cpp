@@ -116,8 +116,11 @@ std::string LibtiffFile::Unusable() const {
         return "a TIFF of " + std::to_string(samples - std::min(samples, extras)) +
                " colour samples a pixel: only 3 (RGB) can be equalized";
     if (width == 0 || height == 0) return "a TIFF with no pixels";
-    if (ChunkBytes() == 0 || ChunkBytes() > kLargestChunk)
-        return "a TIFF whose strips or tiles would each decode to more than 256 MiB";
+    if (BandRows() == 0 || (tiled && tileWidth == 0)) return "a TIFF of empty strips or tiles";
+    // The card's green band beside a strip or a row of tiles is held whole.
+    const std::uint64_t band = std::uint64_t{width} * BandRows() * samples * SampleBytes();
+    if (ChunkBytes() == 0 || ChunkBytes() > kLargestChunk || band > kLargestChunk)
+        return "a TIFF whose strips or rows of tiles would each decode to more than 256 MiB";
     return "";
 }
 
@@ -139,7 +142,8 @@ std::uint32_t LibtiffFile::Chunks() const {
 LibtiffFile::Place LibtiffFile::PlaceOf(std::uint32_t chunk) const {
     const std::size_t pixelBytes = ChunkSamples() * SampleBytes();
     if (!tiled) {
-        const std::uint32_t perPlane = TIFFNumberOfStrips(tif_) / (planar == 1 ? 1 : samples);
+        const std::uint32_t perPlane =
+            std::max(TIFFNumberOfStrips(tif_) / (planar == 1 ? 1 : samples), 1u);
         const std::uint32_t y = (chunk % perPlane) * rowsPerStrip;
         return {chunk / perPlane,  0, y, width, std::min(rowsPerStrip, height - y),
                 width * pixelBytes};
@@ -163,4 +167,8 @@ tmsize_t LibtiffFile::ReadChunk(std::uint32_t chunk, std::uint8_t* buffer) {
     if (got < 0 && error_.empty())
         error_ = "libtiff can't decode strip or tile " + std::to_string(chunk);
     return got;
+}
+
+std::uint32_t LibtiffFile::BandRows() const {
+    return std::min(tiled ? tileLength : rowsPerStrip, height);
 }

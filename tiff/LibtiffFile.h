@@ -40,6 +40,8 @@ class LibtiffFile {
     // Bytes of one decoded strip or tile, and how many there are.
     std::uint64_t ChunkBytes() const;
     std::uint32_t Chunks() const;
+    // Rows of one strip, or of one row of tiles.
+    std::uint32_t BandRows() const;
     std::size_t SampleBytes() const { return bits / 8u; }
     // Samples a pixel holds in one chunk: all of them, or one for a plane.
     std::size_t ChunkSamples() const { return planar == PLANARCONFIG_SEPARATE ? 1 : samples; }
