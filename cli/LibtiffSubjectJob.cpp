@@ -27,7 +27,7 @@ std::string Mismatch(const TiffFile& white, const LibtiffFile& subject) {
 
 // Rewrites the hidden copy; empty when it came out whole.
 std::string Rewrite(const fs::path& copy, const JobSettings& settings, bool& droppedLayers) {
-    LibtiffFile image(copy.string(), "r+c");
+    LibtiffFile image(copy.string(), "r+cm");
     CardGreen card(settings.cardThroughLibtiff.empty() ? settings.white.fi->NativePath()
                                                        : settings.cardThroughLibtiff);
     if (!image.Handle()) return image.Error();

@@ -4,7 +4,7 @@
 
 #include "TiffFile.h"
 
-CardGreen::CardGreen(const std::string& path) : image_(path, "r") {
+CardGreen::CardGreen(const std::string& path) : image_(path, "rm") {
     if (!Opened() || !image_.Unusable().empty()) return;
     bandRows_ = image_.BandRows();
     band_.resize(std::size_t{image_.width} * bandRows_);

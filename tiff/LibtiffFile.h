@@ -15,7 +15,8 @@ class LibtiffFile {
   public:
     static constexpr std::uint64_t kLargestChunk = 256u << 20;
 
-    // "r" to read, "r+c" to rewrite strips in place without strip chopping.
+    // "rm" to read, "r+cm" to rewrite strips in place without strip chopping;
+    // "m" reads through the file rather than a mapping of it.
     // Opening fails (Handle() nil) for anything libtiff can't read as a TIFF.
     LibtiffFile(const std::string& path, const char* mode);
     ~LibtiffFile();
