@@ -117,6 +117,7 @@ void AddTags(const fs::path& path) {
     TIFFCreateEXIFDirectory(tif);
     TIFFSetField(tif, EXIFTAG_EXPOSURETIME, 0.008);
     TIFFWriteCustomDirectory(tif, &exif);
+    TIFFFreeDirectory(tif);  // libtiff 4.5.0 would leak the EXIF fields
     TIFFCreateGPSDirectory(tif);
     TIFFSetField(tif, GPSTAG_ALTITUDE, 1234.5);
     TIFFWriteCustomDirectory(tif, &gps);
