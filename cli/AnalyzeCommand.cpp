@@ -1,5 +1,6 @@
 #include "AnalyzeCommand.h"
 
+#include "AnyWhiteCard.h"
 #include "CardReportCommand.h"
 #include "CommandParser.h"
 #include "ExitCodes.h"
@@ -81,9 +82,17 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
                          kAnalyzeUsage);
     if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
     std::string error;
-    const auto white = LoadWhiteCard(options.white, error);
+    bool throughLibtiff = false;
+    const auto white = LoadAnyWhiteCard(options.white, error, throughLibtiff);
     if (!white) {
         err << error << "\n";
+        return kExitUnusable;
+    }
+    // Previews and reports read the card's one plain strip themselves.
+    if (throughLibtiff &&
+        (!options.preview.empty() || !options.toneMap.empty() || !options.report.folder.empty())) {
+        err << "brisavane-cli analyze: pictures and reports need a card in one uncompressed, "
+               "interleaved strip\n";
         return kExitUnusable;
     }
     out << "Size: " << InfoText(*white) << "\n"

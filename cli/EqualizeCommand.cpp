@@ -10,6 +10,7 @@
 #include <set>
 #include <thread>
 
+#include "AnyWhiteCard.h"
 #include "CommandParser.h"
 #include "Correction.h"
 #include "EqualizeOptions.h"
@@ -173,14 +174,15 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
         return kExitUnusable;
     }
     std::string error;
-    const auto white = LoadWhiteCard(options.white, error);
+    bool throughLibtiff = false;
+    const auto white = LoadAnyWhiteCard(options.white, error, throughLibtiff);
     if (!white) {
         io.err << error << "\n";
         return kExitUnusable;
     }
     const JobSettings settings{
         *white, TargetLevel(white->MaxLuminance, white->MinLuminance, options.amountToApply),
-        *folder, options.overwrite};
+        *folder, options.overwrite, throughLibtiff ? options.white : std::string()};
     const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
     if (subjects.empty()) {
         io.err << "brisavane-cli equalize: no subject file found\n";

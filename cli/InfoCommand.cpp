@@ -1,5 +1,7 @@
 #include "InfoCommand.h"
 
+#include "LibtiffInfo.h"
+
 #include <filesystem>
 #include <utility>
 
@@ -122,9 +124,11 @@ int RunInfo(const std::vector<std::string>& args, std::ostream& out, std::ostrea
         }
         if (opening == TiffOpening::Refused) {
             err << tiff.errstr << "\n";
+            PrintLibtiffBlock(parsed.file, out);
             return kExitUnusable;
         }
         PrintRecord(tiff, out);
+        PrintLibtiffBlock(parsed.file, out);
         return parsed.profileOut.empty() ? kExitOk : WriteProfile(tiff, parsed.profileOut, err);
     } catch (const std::exception& e) {
         err << "Error: " << e.what() << "\n";

@@ -1,8 +1,10 @@
 #include "SubjectJob.h"
 
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
+#include "LibtiffSubjectJob.h"
 #include "SubjectEngine.h"
 
 namespace {
@@ -25,6 +27,7 @@ class Job {
     }
     std::string Name() const { return std::filesystem::path(path_).filename().string(); }
     SubjectResult Result(const SubjectReport& report) const;
+    std::optional<SubjectResult> ThroughLibtiff() const;
 
     const std::string& path_;
     const JobSettings& settings_;
@@ -44,12 +47,28 @@ SubjectResult Job::Run() {
     TiffFile subject;
     std::error_code ec;
     try {
+        if (auto routed = ThroughLibtiff()) return *routed;
         return Result(EqualizeSubjectFile(
             subject, GetFolderItem(std::filesystem::absolute(path_, ec).string()), engine, host_));
     } catch (const std::exception& e) {
         host_.EqualizeProgress().SetVisible(false);
         return Failed(e.what());
     }
+}
+
+// The kind of file is judged before the way of reading it is chosen. A file
+// that libtiff can't open (a pipe is never tried) is left to our own reader
+// for its words; one plain strip goes through the one-strip engine, unless
+// the card itself is read through libtiff; the rest through libtiff.
+std::optional<SubjectResult> Job::ThroughLibtiff() const {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path_, ec)) return std::nullopt;
+    const LibtiffFile image(path_, "rc");
+    if (!image.Handle()) return std::nullopt;
+    if (const std::string unusable = image.Unusable(); !unusable.empty())
+        return Skipped("this is " + unusable);
+    if (image.OneStripPlain() && settings_.cardThroughLibtiff.empty()) return std::nullopt;
+    return EqualizeThroughLibtiff(path_, image, settings_, number_);
 }
 
 // A refusal of the reader is given in the reader's words; a file the system

@@ -15,6 +15,9 @@ struct JobSettings {
     double targetLevel;
     FolderItem outputFolder;
     bool overwrite;
+    // The card's path when it is read through libtiff (not one plain strip);
+    // every subject then goes that way too.
+    std::string cardThroughLibtiff = {};
 };
 
 // Equalizes one subject as the window's batch does: the same tests and texts,

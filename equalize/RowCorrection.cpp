@@ -58,3 +58,29 @@ void CorrectRow(const PixelLayout& subject, bool whiteLittleEndian, double targe
     if (whole < subject.rowBytes)
         std::memcpy(out + whole, subjectRow + whole, subject.rowBytes - whole);
 }
+
+namespace {
+template <class Sample>
+void CorrectHost(double targetLevel, const std::uint16_t* whiteGreen, std::uint8_t* samples,
+                 std::size_t pixels, std::size_t stride, std::size_t colours) {
+    constexpr double ceiling = sizeof(Sample) == 1 ? 255.0 : 65535.0;
+    constexpr std::size_t w = sizeof(Sample);
+    for (std::size_t p = 0; p < pixels; ++p) {
+        const double gain = Gain(targetLevel, whiteGreen[p]);
+        std::uint8_t* pixel = samples + p * stride * w;
+        for (std::size_t c = 0; c < colours; ++c) {
+            const double sample = LoadSample<Sample, false>(pixel + c * w);
+            StoreSample<Sample, false>(pixel + c * w, CorrectedSample(gain, sample, ceiling));
+        }
+    }
+}
+}  // namespace
+
+void CorrectHostSamples(double targetLevel, const std::uint16_t* whiteGreen, std::uint8_t* samples,
+                        std::size_t pixels, std::size_t sampleBytes, std::size_t stride,
+                        std::size_t colours) {
+    if (sampleBytes == 1)
+        CorrectHost<std::uint8_t>(targetLevel, whiteGreen, samples, pixels, stride, colours);
+    else
+        CorrectHost<std::uint16_t>(targetLevel, whiteGreen, samples, pixels, stride, colours);
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "PixelLayout.h"
@@ -13,3 +14,11 @@
 // read or written past the row's length.
 void CorrectRow(const PixelLayout& subject, bool whiteLittleEndian, double targetLevel,
                 const std::uint8_t* subjectRow, const std::uint8_t* whiteRow, std::uint8_t* out);
+
+// Corrects decoded samples in place, in the host's byte order, from the white
+// card's green samples of the same pixels: the first `colours` samples of each
+// pixel, pixels `stride` samples apart (3 of 4 for RGB with alpha, 1 of 1 for a
+// colour plane). Other samples, alpha or infrared, are left as they are.
+void CorrectHostSamples(double targetLevel, const std::uint16_t* whiteGreen, std::uint8_t* samples,
+                        std::size_t pixels, std::size_t sampleBytes, std::size_t stride,
+                        std::size_t colours);

@@ -10,7 +10,7 @@
 
 // The fuzz input as a real file, since everything under test reads files.
 class FuzzFile {
-public:
+  public:
     FuzzFile(const std::uint8_t* data, std::size_t size, const std::string& name = "input.tif")
         : path_(std::filesystem::temp_directory_path() /
                 ("brisavane-fuzz-" + std::to_string(::getpid()) + "-" + name)) {
@@ -21,6 +21,6 @@ public:
     ~FuzzFile() { std::filesystem::remove(path_); }
     std::string Path() const { return path_.string(); }
 
-private:
+  private:
     std::filesystem::path path_;
 };

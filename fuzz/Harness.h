@@ -14,3 +14,9 @@ void ExerciseWhiteCard(const std::string& path);
 // little-endian and 16-bit big-endian, 6 x 4), into a fresh output folder
 // that is removed afterwards. Aborts if the subject's bytes changed.
 void ExerciseEqualize(const std::string& path);
+
+// Gives the file to brisavane-cli as a subject against each of the two fixed
+// white cards, and as a white card against itself, so that whatever libtiff
+// reads goes through the command line's own reading and rewriting. Aborts if
+// the subject's bytes changed or a partial copy stayed behind.
+void ExerciseCommandLine(const std::string& path);

@@ -52,7 +52,11 @@ const std::string kWhiteCardRecord =
     "\nimagefile: open\nImageHeight: 240\nimageBuffer: nil\n"
     "ProfileLength: 0\nProfileOffset: 0\nStripByteCount: 518400\nLittleEndian: True\n"
     "profileBuffer: nil\nimg: upper bounds -1, -1, -1\nMaxLuminance: 0\nPixelCount: 86400\n"
-    "SwapBytes: False\nHostLittleEndian: True\npxmax: 0\npymax: 0\nMinLuminance: 0\n";
+    "SwapBytes: False\nHostLittleEndian: True\npxmax: 0\npymax: 0\nMinLuminance: 0\n"
+    "libtiff:\n  Layout: strips of 240 rows, 1 in all\n  Planar: contiguous\n  Compression: 1\n"
+    "  Predictor: 1\n  Samples: 3 of 16 bits, 0 extra\n  BigTIFF: no\n  ByteOrder: little-endian\n"
+    "  Tags: 256 257 258 259 262 273 277 278 279 284\n  Window: takes it\n  CommandLine: takes "
+    "it\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliInfoTest,

@@ -29,7 +29,10 @@ TEST_P(FuzzRegression, ReplaysEveryFinding) {
 INSTANTIATE_TEST_SUITE_P(
     Targets, FuzzRegression,
     ::testing::Values(ReplayCase{"fuzz/regressions/reader", ExerciseWhiteCard},
-                      ReplayCase{"fuzz/regressions/equalize", ExerciseEqualize}),
-    [](const auto& info) { return std::string(info.index == 0 ? "WhiteCard" : "Equalize"); });
+                      ReplayCase{"fuzz/regressions/equalize", ExerciseEqualize},
+                      ReplayCase{"fuzz/regressions/cli", ExerciseCommandLine}),
+    [](const auto& info) {
+        return std::string(info.index == 0 ? "WhiteCard" : info.index == 1 ? "Equalize" : "Cli");
+    });
 
 }  // namespace

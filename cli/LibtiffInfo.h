@@ -1,0 +1,10 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+// What libtiff makes of a file, for `info`: a block of `Name: value` lines on
+// layout, compression, predictor, samples, BigTIFF, byte order and the tags
+// present, and whether the window and the command line take the file. False,
+// with nothing printed, when libtiff can't read it.
+bool PrintLibtiffBlock(const std::string& path, std::ostream& out);

@@ -1,0 +1,80 @@
+#include "LibtiffSubjectJob.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "CardGreen.h"
+#include "ChunkRewrite.h"
+#include "OutputFileName.h"
+#include "SubjectEngine.h"
+
+namespace {
+namespace fs = std::filesystem;
+
+// The window's words for a size that differs, and ours for a depth that does.
+std::string Mismatch(const TiffFile& white, const LibtiffFile& subject) {
+    if (subject.width != white.ImageWidth || subject.height != white.ImageHeight)
+        return "White and image files have different pixel dimensions. White: " +
+               std::to_string(white.ImageWidth) + "x" + std::to_string(white.ImageHeight) +
+               "  Image: " + std::to_string(subject.width) + "x" + std::to_string(subject.height);
+    if (subject.bits != white.BitsPerSample)
+        return "White and image files have different bits per sample. White: " +
+               std::to_string(white.BitsPerSample) + "  Image: " + std::to_string(subject.bits);
+    return "";
+}
+
+// Rewrites the hidden copy; empty when it came out whole.
+std::string Rewrite(const fs::path& copy, const JobSettings& settings, bool& droppedLayers) {
+    LibtiffFile image(copy.string(), "r+cm");
+    CardGreen card(settings.cardThroughLibtiff.empty() ? settings.white.fi->NativePath()
+                                                       : settings.cardThroughLibtiff);
+    if (!image.Handle()) return image.Error();
+    if (!card.Opened()) return "the white card can't be read: " + card.Image().Error();
+    droppedLayers = DropLayerData(image);
+    const std::string problem = RewriteChunks(image, card, settings.targetLevel);
+    return problem.empty() || card.Image().Error().empty() ? problem
+                                                           : problem + ": " + card.Image().Error();
+}
+
+bool Publish(const fs::path& copy, const fs::path& output, bool overwrite) {
+    std::error_code ec;
+    if (!overwrite && fs::exists(output, ec)) return false;
+    fs::rename(copy, output, ec);
+    return !ec;
+}
+}  // namespace
+
+SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile& subject,
+                                     const JobSettings& settings, std::size_t jobNumber) {
+    const std::string name = fs::path(path).filename().string();
+    if (const std::string text = Mismatch(settings.white, subject); !text.empty())
+        return SubjectResult::Failed(name, text);
+    const auto output = settings.outputFolder.Child(CreateOutputFileName(name));
+    if (!output) return SubjectResult::Failed(name, "no output name can be made from this name");
+    std::error_code same;
+    if (fs::equivalent(path, output->Path(), same))
+        return SubjectResult::Skipped(name, "its output would replace the subject " + name);
+    if (output->Exists() && !settings.overwrite)
+        return SubjectResult::Skipped(name,
+                                      output->NativePath() + " exists (--overwrite replaces it)");
+    std::string hiddenName = ".";
+    hiddenName.append(output->Name()).append(".").append(std::to_string(::getpid()));
+    hiddenName.append("-").append(std::to_string(jobNumber)).append(".part");
+    const fs::path hidden = output->Path().parent_path() / hiddenName;
+    std::error_code ec;
+    bool droppedLayers = false;
+    std::string problem = "the copy can't be made";
+    if (fs::copy_file(path, hidden, fs::copy_options::overwrite_existing, ec))
+        problem = Rewrite(hidden, settings, droppedLayers);
+    if (problem.empty() && !Publish(hidden, output->Path(), settings.overwrite))
+        problem = output->NativePath() + " appeared meanwhile (--overwrite replaces it)";
+    if (!problem.empty()) {
+        fs::remove(hidden, ec);
+        return SubjectResult::Failed(name, std::string(kWriteProblemText) + " " + problem);
+    }
+    SubjectResult result = SubjectResult::Written(name, output->NativePath());
+    if (droppedLayers) result.notes.push_back("Photoshop layer data removed");
+    return result;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "CardGreen.h"
+#include "LibtiffFile.h"
+
+// Equalizes a copy opened for update ("r+c"): each strip or tile is decoded,
+// its colour samples corrected by the same formula as the one-strip engine,
+// and written back with its own compression and predictor, where it stood or,
+// grown, at the end of the file. Extra samples and planes stay as they were,
+// and so does every tag but the strip or tile offsets and byte counts. One
+// strip or tile is held at a time. Empty on success, else why it stopped.
+std::string RewriteChunks(LibtiffFile& copy, CardGreen& card, double targetLevel);
+
+// Photoshop's layer data would reopen the uncorrected image in Photoshop: it
+// is dropped from the copy. True when the copy held some.
+bool DropLayerData(LibtiffFile& copy);

@@ -1,0 +1,254 @@
+// Subjects and white cards in the layouts other writers make, equalized by the
+// command line: the decoded pixels must be the one-strip engine's, and every
+// tag stays. Files are made by libtiff's tools or, where they can't, its API.
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "EqualizeCommand.h"
+#include "LibtiffFile.h"
+#include "TempFolder.h"
+#include "TiffBuilder.h"
+
+namespace {
+namespace fs = std::filesystem;
+const fs::path kSamples = BRISAVANE_SAMPLES;
+
+// A file's samples, decoded strip by strip or tile by tile into one
+// interleaved host-order image.
+struct Decoded {
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t samples = 0, bits = 0;
+    std::vector<std::uint8_t> pixels;
+
+    std::size_t At(std::uint32_t x, std::uint32_t y, std::uint16_t s) const {
+        return ((std::size_t{y} * width + x) * samples + s) * (bits / 8);
+    }
+};
+
+Decoded Decode(const fs::path& path) {
+    LibtiffFile file(path, "r");
+    Decoded d{file.width, file.height, file.samples, file.bits};
+    d.pixels.resize(d.At(0, file.height, 0));
+    std::vector<std::uint8_t> chunk(file.ChunkBytes());
+    const std::size_t w = d.bits / 8, per = file.ChunkSamples();
+    for (std::uint32_t c = 0; c < file.Chunks() && file.ReadChunk(c, chunk.data()) > 0; ++c) {
+        const LibtiffFile::Place at = file.PlaceOf(c);
+        for (std::uint32_t y = 0; y < at.rows; ++y)
+            for (std::uint32_t x = 0; x < at.width * per; ++x)
+                std::copy_n(&chunk[y * at.rowBytes + x * w], w,
+                            &d.pixels[d.At(at.x + x / per, at.y + y, at.plane + x % per)]);
+    }
+    EXPECT_EQ(file.Error(), "") << path;
+    return d;
+}
+
+// Every tag with all its values, as tiffdump lists them, less the file's name,
+// the places that may move and Photoshop's layers.
+std::string Tags(const fs::path& path, const fs::path& list) {
+    EXPECT_EQ(std::system(("tiffdump -m 100000 " + path.string() + " | grep -v -e '^/' -e " +
+                           "'^Directory' -e '^Strip' -e '^Tile[OB]' -e ^37724 >" + list.string())
+                              .c_str()),
+              0);
+    return testing_tiff::ReadFile(list);
+}
+
+// Width, length, bits, samples, photometric, planar configuration, rows per
+// strip, compression and sample format, in this order.
+TIFF* Create(const fs::path& path, std::initializer_list<unsigned> values) {
+    static const ttag_t kTags[] = {256, 257, 258, 277, 262, 284, 278, 259, 339};
+    TIFF* tif = TIFFOpen(path.c_str(), "w");
+    for (std::size_t i = 0; i < values.size(); ++i) TIFFSetField(tif, kTags[i], values.begin()[i]);
+    return tif;
+}
+
+enum class Api { None, Planar, Alpha, Tagged };
+
+// Writes the decoded image through libtiff's API, LZW with predictor 2 in one
+// strip a plane, as tiffcp can't: 16-bit planes, an added alpha sample.
+void WriteThroughApi(const Decoded& image, const fs::path& path, Api api) {
+    const unsigned samples = api == Api::Alpha ? 4 : 3, w = image.bits / 8;
+    const std::size_t pixels = std::size_t{image.width} * image.height;
+    const bool planar = api == Api::Planar;
+    TIFF* tif = Create(path, {image.width, image.height, image.bits, samples, PHOTOMETRIC_RGB,
+                              planar ? 2u : 1u, image.height, COMPRESSION_LZW});
+    TIFFSetField(tif, TIFFTAG_PREDICTOR, 2);
+    const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
+    if (samples == 4) TIFFSetField(tif, TIFFTAG_EXTRASAMPLES, 1, &alpha);
+    std::vector<std::uint8_t> data(pixels * samples * w);
+    for (std::size_t i = 0; i < pixels * samples; ++i) {
+        std::uint8_t* to = &data[(planar ? i % samples * pixels + i / samples : i) * w];
+        if (i % samples < 3)
+            std::copy_n(&image.pixels[(i / samples * 3 + i % samples) * w], w, to);
+        else
+            std::fill_n(to, w, static_cast<std::uint8_t>(i / samples * 7));
+    }
+    const std::size_t strip = data.size() / (planar ? samples : 1);
+    for (unsigned p = 0; p < data.size() / strip; ++p)
+        TIFFWriteEncodedStrip(tif, p, &data[p * strip], static_cast<tmsize_t>(strip));
+    TIFFClose(tif);
+}
+
+// Adds an ICC profile, XMP, Photoshop resources and layer data, a private tag,
+// IPTC and EXIF and GPS directories, as libtiff's own tests write them.
+void AddTags(const fs::path& path) {
+    static const TIFFFieldInfo kUnknown[] = {
+        {65000, -1, -1, TIFF_UNDEFINED, FIELD_CUSTOM, 1, 1, const_cast<char*>("Private")},
+        {37724, -1, -1, TIFF_UNDEFINED, FIELD_CUSTOM, 1, 1, const_cast<char*>("Layers")}};
+    TIFF* tif = TIFFOpen(path.c_str(), "r+");
+    TIFFMergeFieldInfo(tif, kUnknown, 2);
+    for (const auto& [tag, bytes] :
+         std::initializer_list<std::pair<ttag_t, std::string>>{{34675, std::string(600, 'c')},
+                                                               {700, "<x:xmpmeta/>"},
+                                                               {34377, std::string(40, 'p')},
+                                                               {65000, "private"},
+                                                               {37724, std::string(300, 'l')}})
+        TIFFSetField(tif, tag, static_cast<std::uint32_t>(bytes.size()), bytes.data());
+    const std::uint32_t iptc[] = {0x1c020000, 0x1c020005};
+    TIFFSetField(tif, TIFFTAG_RICHTIFFIPTC, 2u, iptc);
+    TIFFRewriteDirectory(tif);
+    std::uint64_t exif = 0, gps = 0;
+    TIFFCreateEXIFDirectory(tif);
+    TIFFSetField(tif, EXIFTAG_EXPOSURETIME, 0.008);
+    TIFFWriteCustomDirectory(tif, &exif);
+    TIFFFreeDirectory(tif);  // libtiff 4.5.0 would leak the EXIF fields
+    TIFFCreateGPSDirectory(tif);
+    TIFFSetField(tif, GPSTAG_ALTITUDE, 1234.5);
+    TIFFWriteCustomDirectory(tif, &gps);
+    TIFFSetDirectory(tif, 0);
+    TIFFSetField(tif, TIFFTAG_EXIFIFD, exif);
+    TIFFSetField(tif, TIFFTAG_GPSIFD, gps);
+    TIFFRewriteDirectory(tif);
+    TIFFClose(tif);
+}
+
+struct Layout {
+    const char* label;
+    const char* tiffcp;  // options of tiffcp, or nullptr for the API
+    Api api;
+    bool card;  // the white card takes the layout, the subject stays one strip
+};
+
+using Depth = std::pair<const char*, const char*>;  // card, subject
+
+class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>> {
+  protected:
+    std::string Equalize(const fs::path& card, const fs::path& subject, const fs::path& out) {
+        fs::create_directories(out);
+        std::ostringstream o, e;
+        EXPECT_EQ(RunEqualize({"--white", card, "--output", out, subject}, o, e, nullptr), 0)
+            << o.str() << e.str();
+        return o.str();
+    }
+    fs::path Make(const Layout& layout, const fs::path& from) {
+        const fs::path to = dir / "made.tif";
+        if (layout.tiffcp)
+            EXPECT_EQ(std::system(("tiffcp " + std::string(layout.tiffcp) + " " + from.string() +
+                                   " " + to.string())
+                                      .c_str()),
+                      0);
+        else
+            WriteThroughApi(Decode(from), to, layout.api == Api::Tagged ? Api::None : layout.api);
+        if (layout.api == Api::Tagged) AddTags(to);
+        return to;
+    }
+    TempFolder dir;
+};
+
+TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
+    const auto& [layout, depth] = GetParam();
+    const fs::path card = kSamples / depth.first, subject = kSamples / depth.second;
+    Equalize(card, subject, dir / "engine");
+    const Decoded engine = Decode(dir / "engine" / (subject.stem().string() + "_eq.tif"));
+
+    const fs::path made = Make(layout, layout.card ? card : subject);
+    const fs::path input = layout.card ? subject : made;
+    const std::string line =
+        layout.card ? Equalize(made, subject, dir / "out") : Equalize(card, made, dir / "out");
+    const fs::path output = dir / "out" / (input.stem().string() + "_eq.tif");
+    // Photoshop's layers go, and the line says so; every other tag stays.
+    const bool layers = layout.api == Api::Tagged;
+    EXPECT_EQ(line.ends_with(" (Photoshop layer data removed)\n"), layers) << line;
+    const auto hasLayers = [](const fs::path& file) {
+        return std::system(("tiffdump " + file.string() + " | grep -q ^37724").c_str()) == 0;
+    };
+    EXPECT_EQ(hasLayers(input), layers);
+    EXPECT_FALSE(hasLayers(output));
+    EXPECT_EQ(Tags(output, dir / "out.tags"), Tags(input, dir / "in.tags"));
+    const Decoded got = Decode(output), before = Decode(input);
+    ASSERT_EQ(got.pixels.size(), before.pixels.size());
+    std::size_t differing = 0;
+    for (std::uint32_t y = 0; y < got.height; ++y)
+        for (std::uint32_t x = 0; x < got.width; ++x)
+            for (std::uint16_t s = 0; s < got.samples; ++s) {
+                const std::uint8_t* want =
+                    s < 3 ? &engine.pixels[engine.At(x, y, s)] : &before.pixels[before.At(x, y, s)];
+                differing += !std::equal(want, want + got.bits / 8, &got.pixels[got.At(x, y, s)]);
+            }
+    EXPECT_EQ(differing, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Layouts, LibtiffSubject,
+    ::testing::Combine(
+        ::testing::Values(Layout{"Strips1", "-r 1"}, Layout{"Strips16Lzw2", "-r 16 -c lzw:2"},
+                          Layout{"Tiles16Zstd2", "-t -w 16 -l 16 -c zstd:2"},
+                          Layout{"Tiles256Deflate2", "-t -w 256 -l 256 -c zip:2"},
+                          Layout{"BigTiff", "-8 -r 16"},
+                          Layout{"BigEndianPackBits", "-B -r 16 -c packbits"},
+                          Layout{"PlanarLzw2", nullptr, Api::Planar},
+                          Layout{"AlphaLzw2", nullptr, Api::Alpha},
+                          Layout{"TaggedLzw2", "-r 16 -c lzw:2", Api::Tagged},
+                          Layout{"CardInTilesLzw2", "-t -w 16 -l 16 -c lzw:2", Api::None, true},
+                          Layout{"CardPlanar", nullptr, Api::Planar, true}),
+        ::testing::Values(Depth{"white_card.tif", "subjects/chart_16bit.tif"},
+                          Depth{"white_card_8bit.tif", "subjects_8bit/chart_8bit.tif"})),
+    [](const auto& info) {
+        return std::get<0>(info.param).label + std::string(info.index % 2 ? "_8bit" : "_16bit");
+    });
+
+struct Kind {
+    const char* label;
+    unsigned bits, samples, photometric, format, compression;
+    std::string words;  // how the refusal begins to say what the file is
+};
+
+class RefusedKind : public ::testing::TestWithParam<Kind> {};
+
+// One strip of zero bytes with the kind's fields, refused as a subject and as
+// a white card, in its words, with nothing written.
+TEST_P(RefusedKind, IsRefusedAsSubjectAndCardWithItsWords) {
+    TempFolder dir;
+    const fs::path file = dir / "kind.tif", out = dir / "out", card = kSamples / "white_card.tif";
+    const Kind& k = GetParam();
+    TIFF* tif =
+        Create(file, {360, 240, k.bits, k.samples, k.photometric, 1, 240, k.compression, k.format});
+    std::vector<std::uint16_t> map(256);
+    if (k.photometric == PHOTOMETRIC_PALETTE)
+        TIFFSetField(tif, TIFFTAG_COLORMAP, map.data(), map.data(), map.data());
+    std::vector<std::uint8_t> strip(360 * 240 * k.samples * k.bits / 8);
+    TIFFWriteRawStrip(tif, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
+    TIFFClose(tif);
+    fs::create_directories(out);
+    std::ostringstream o, e, co, ce;
+    EXPECT_EQ(RunEqualize({"--white", card, "--output", out, file}, o, e, nullptr), 1);
+    EXPECT_TRUE(o.str().starts_with("kind.tif: skipped: this is " + k.words)) << o.str();
+    EXPECT_EQ(RunEqualize({"--white", file, "--output", out, card}, co, ce, nullptr), 2);
+    EXPECT_TRUE(ce.str().starts_with("Error: The white card can't be used: this is " + k.words));
+    EXPECT_TRUE(fs::is_empty(out));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, RefusedKind,
+    ::testing::Values(Kind{"Jpeg", 8, 3, 2, 1, 7, "a TIFF with lossy compression 7: it would"},
+                      Kind{"OldJpeg", 8, 3, 2, 1, 6, "a TIFF with lossy compression 6: it would"},
+                      Kind{"YCbCr", 8, 3, 6, 1, 1, "a YCbCr TIFF: only RGB"},
+                      Kind{"Palette", 8, 1, 3, 1, 1, "a palette TIFF: only RGB"},
+                      Kind{"Grey", 16, 1, 1, 1, 1, "a greyscale TIFF: only RGB"},
+                      Kind{"FloatInOneStrip", 32, 3, 2, 3, 1, "a TIFF of 32-bit floating-point"},
+                      Kind{"Signed", 16, 3, 2, 2, 1, "a TIFF of 16-bit samples: only 8- or 16"},
+                      Kind{"TwoColours", 8, 2, 2, 1, 5, "a TIFF of 2 colour samples a pixel"}),
+    [](const auto& info) { return std::string(info.param.label); });
+}  // namespace

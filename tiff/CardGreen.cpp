@@ -1,0 +1,81 @@
+#include "CardGreen.h"
+
+#include <cstring>
+
+#include "TiffFile.h"
+
+CardGreen::CardGreen(const std::string& path) : image_(path, "rm") {
+    if (!Opened() || !image_.Unusable().empty()) return;
+    bandRows_ = image_.BandRows();
+    band_.resize(std::size_t{image_.width} * bandRows_);
+    chunk_.resize(image_.ChunkBytes());
+}
+
+const std::uint16_t* CardGreen::Row(std::uint32_t y) {
+    if (y >= image_.height || band_.empty()) return nullptr;
+    if (!loaded_ || y < bandStart_ || y >= bandStart_ + bandRows_) {
+        loaded_ = LoadBand(y / bandRows_ * bandRows_);
+        if (!loaded_) return nullptr;
+    }
+    return band_.data() + std::size_t{y - bandStart_} * image_.width;
+}
+
+// Green is the second sample of an interleaved pixel, or the second plane.
+bool CardGreen::LoadBand(std::uint32_t y) {
+    bandStart_ = y;
+    const bool planar = image_.planar == PLANARCONFIG_SEPARATE;
+    TIFF* tif = image_.Handle();
+    for (std::uint32_t x = 0; x < image_.width;
+         x += image_.tiled ? image_.tileWidth : image_.width) {
+        const std::uint32_t chunk = image_.tiled ? TIFFComputeTile(tif, x, y, 0, planar ? 1 : 0)
+                                                 : TIFFComputeStrip(tif, y, planar ? 1 : 0);
+        if (image_.ReadChunk(chunk, chunk_.data()) < 0) return false;
+        TakeGreen(chunk_.data(), image_.PlaceOf(chunk));
+    }
+    return true;
+}
+
+void CardGreen::TakeGreen(const std::uint8_t* chunk, const LibtiffFile::Place& place) {
+    const std::size_t step = image_.ChunkSamples();
+    const std::size_t first = image_.planar == PLANARCONFIG_SEPARATE ? 0 : 1;
+    const bool eightBit = image_.bits == 8;
+    for (std::uint32_t r = 0; r < place.rows; ++r) {
+        const std::uint8_t* row = chunk + r * place.rowBytes;
+        std::uint16_t* out = band_.data() + std::size_t{r} * image_.width + place.x;
+        for (std::uint32_t p = 0; p < place.width; ++p) {
+            const std::size_t i = p * step + first;
+            if (eightBit) {
+                out[p] = row[i];
+            } else {
+                std::memcpy(out + p, row + 2 * i, 2);
+            }
+        }
+    }
+}
+
+bool CardGreen::Scan(TiffFile& record) {
+    double max = 0.0, min = 65536.0;
+    for (std::uint32_t y = 0; y < image_.height; ++y) {
+        const std::uint16_t* row = Row(y);
+        if (!row) return false;
+        for (std::uint32_t x = 0; x < image_.width; ++x) {
+            min = std::min<double>(min, row[x]);
+            if (row[x] > max) {
+                max = row[x];
+                record.pxmax = x;
+                record.pymax = y;
+            }
+        }
+    }
+    record.ImageWidth = image_.width;
+    record.ImageHeight = image_.height;
+    record.RowsPerStrip = image_.height;
+    record.BitsPerSample = image_.bits;
+    record.BytesPerPixel = 3 * image_.SampleBytes();
+    record.BytesPerRow = record.BytesPerPixel * record.ImageWidth;
+    record.PixelCount = record.ImageWidth * record.ImageHeight;
+    record.LittleEndian = !image_.bigEndian;
+    record.MaxLuminance = max;
+    record.MinLuminance = min;
+    return true;
+}

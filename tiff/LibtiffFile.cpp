@@ -1,0 +1,174 @@
+#include "LibtiffFile.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+// The compressions that give back exactly the bytes they were given.
+bool Lossless(std::uint16_t compression) {
+    switch (compression) {
+        case COMPRESSION_NONE:
+        case COMPRESSION_LZW:
+        case COMPRESSION_ADOBE_DEFLATE:
+        case COMPRESSION_DEFLATE:
+        case COMPRESSION_ZSTD:
+        case COMPRESSION_LZMA:
+        case COMPRESSION_PACKBITS:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool Lossy(std::uint16_t compression) {
+    return compression == COMPRESSION_JPEG || compression == COMPRESSION_OJPEG ||
+           compression == COMPRESSION_WEBP || compression == COMPRESSION_JXL;
+}
+
+std::string Photometric(std::uint16_t photometric) {
+    switch (photometric) {
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+            return "a greyscale TIFF";
+        case PHOTOMETRIC_PALETTE:
+            return "a palette TIFF";
+        case PHOTOMETRIC_YCBCR:
+            return "a YCbCr TIFF";
+        case PHOTOMETRIC_SEPARATED:
+            return "a CMYK TIFF";
+        default:
+            return "a TIFF of photometric interpretation " + std::to_string(photometric);
+    }
+}
+}  // namespace
+
+LibtiffFile::LibtiffFile(const std::string& path, const char* mode) {
+    // Words spoken outside any open file would otherwise reach stderr.
+    TIFFSetErrorHandler(nullptr);
+    TIFFSetWarningHandler(nullptr);
+    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, static_cast<tmsize_t>(kLargestChunk));
+    TIFFOpenOptionsSetErrorHandlerExtR(options, Capture, &error_);
+    TIFFOpenOptionsSetWarningHandlerExtR(
+        options, [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
+    tif_ = TIFFOpenExt(path.c_str(), mode, options);
+    TIFFOpenOptionsFree(options);
+    if (tif_) ReadFields();
+}
+
+LibtiffFile::~LibtiffFile() {
+    if (tif_) TIFFClose(tif_);
+}
+
+int LibtiffFile::Capture(TIFF*, void* user, const char* module, const char* fmt, va_list args) {
+    char text[512];
+    std::vsnprintf(text, sizeof text, fmt, args);
+    auto& error = *static_cast<std::string*>(user);
+    if (error.empty()) error = std::string(module ? module : "libtiff") + ": " + text;
+    return 1;
+}
+
+void LibtiffFile::ReadFields() {
+    TIFFGetField(tif_, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetField(tif_, TIFFTAG_IMAGELENGTH, &height);
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_SAMPLESPERPIXEL, &samples);
+    std::uint16_t* kinds = nullptr;
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_EXTRASAMPLES, &extras, &kinds);
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_PLANARCONFIG, &planar);
+    TIFFGetField(tif_, TIFFTAG_PHOTOMETRIC, &photometric);
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_COMPRESSION, &compression);
+    if (!TIFFGetField(tif_, TIFFTAG_PREDICTOR, &predictor)) predictor = PREDICTOR_NONE;
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_SAMPLEFORMAT, &sampleFormat);
+    TIFFGetFieldDefaulted(tif_, TIFFTAG_ROWSPERSTRIP, &rowsPerStrip);
+    tiled = TIFFIsTiled(tif_) != 0;
+    if (tiled) {
+        TIFFGetField(tif_, TIFFTAG_TILEWIDTH, &tileWidth);
+        TIFFGetField(tif_, TIFFTAG_TILELENGTH, &tileLength);
+    }
+    bigTiff = TIFFIsBigTIFF(tif_) != 0;
+    bigEndian = TIFFIsBigEndian(tif_) != 0;
+}
+
+std::string LibtiffFile::Unusable() const {
+    const std::string depth = std::to_string(bits) + "-bit";
+    if (Lossy(compression))
+        return "a TIFF with lossy compression " + std::to_string(compression) +
+               ": it would have to be re-encoded with a loss";
+    if (!Lossless(compression) || !TIFFIsCODECConfigured(compression))
+        return "a TIFF with compression " + std::to_string(compression) +
+               ", which can't be rewritten";
+    if (predictor != PREDICTOR_NONE && predictor != PREDICTOR_HORIZONTAL)
+        return "a TIFF with predictor " + std::to_string(predictor) +
+               ": only none or horizontal differencing can be rewritten";
+    if (photometric != PHOTOMETRIC_RGB)
+        return Photometric(photometric) + ": only RGB can be equalized";
+    if (sampleFormat == SAMPLEFORMAT_IEEEFP)
+        return "a TIFF of " + depth +
+               " floating-point samples: only 8- or 16-bit unsigned "
+               "integers can be equalized";
+    if (sampleFormat != SAMPLEFORMAT_UINT || (bits != 8 && bits != 16))
+        return "a TIFF of " + depth +
+               " samples: only 8- or 16-bit unsigned integers can be "
+               "equalized";
+    if (samples < extras || samples - extras != 3)
+        return "a TIFF of " + std::to_string(samples - std::min(samples, extras)) +
+               " colour samples a pixel: only 3 (RGB) can be equalized";
+    if (width == 0 || height == 0) return "a TIFF with no pixels";
+    if (BandRows() == 0 || (tiled && tileWidth == 0)) return "a TIFF of empty strips or tiles";
+    // The card's green band beside a strip or a row of tiles is held whole.
+    const std::uint64_t band = std::uint64_t{width} * BandRows() * samples * SampleBytes();
+    if (ChunkBytes() == 0 || ChunkBytes() > kLargestChunk || band > kLargestChunk)
+        return "a TIFF whose strips or rows of tiles would each decode to more than 256 MiB";
+    return "";
+}
+
+bool LibtiffFile::OneStripPlain() const {
+    return compression == COMPRESSION_NONE && planar == PLANARCONFIG_CONTIG &&
+           photometric == PHOTOMETRIC_RGB && samples == 3 && extras == 0 &&
+           sampleFormat == SAMPLEFORMAT_UINT && (bits == 8 || bits == 16) && !tiled && !bigTiff &&
+           rowsPerStrip == height && TIFFNumberOfStrips(tif_) == 1;
+}
+
+std::uint64_t LibtiffFile::ChunkBytes() const {
+    return static_cast<std::uint64_t>(tiled ? TIFFTileSize64(tif_) : TIFFStripSize64(tif_));
+}
+
+std::uint32_t LibtiffFile::Chunks() const {
+    return tiled ? TIFFNumberOfTiles(tif_) : TIFFNumberOfStrips(tif_);
+}
+
+LibtiffFile::Place LibtiffFile::PlaceOf(std::uint32_t chunk) const {
+    const std::size_t pixelBytes = ChunkSamples() * SampleBytes();
+    if (!tiled) {
+        const std::uint32_t perPlane =
+            std::max(TIFFNumberOfStrips(tif_) / (planar == 1 ? 1 : samples), 1u);
+        const std::uint32_t y = (chunk % perPlane) * rowsPerStrip;
+        return {chunk / perPlane,  0, y, width, std::min(rowsPerStrip, height - y),
+                width * pixelBytes};
+    }
+    const std::uint32_t across = (width + tileWidth - 1) / tileWidth;
+    const std::uint32_t down = (height + tileLength - 1) / tileLength;
+    const std::uint32_t inPlane = chunk % (across * down);
+    const std::uint32_t x = inPlane % across * tileWidth, y = inPlane / across * tileLength;
+    return {chunk / (across * down),
+            x,
+            y,
+            std::min(tileWidth, width - x),
+            std::min(tileLength, height - y),
+            tileWidth * pixelBytes};
+}
+
+tmsize_t LibtiffFile::ReadChunk(std::uint32_t chunk, std::uint8_t* buffer) {
+    const auto size = static_cast<tmsize_t>(ChunkBytes());
+    const tmsize_t got = tiled ? TIFFReadEncodedTile(tif_, chunk, buffer, size)
+                               : TIFFReadEncodedStrip(tif_, chunk, buffer, size);
+    if (got < 0 && error_.empty())
+        error_ = "libtiff can't decode strip or tile " + std::to_string(chunk);
+    return got;
+}
+
+std::uint32_t LibtiffFile::BandRows() const {
+    return std::min(tiled ? tileLength : rowsPerStrip, height);
+}
