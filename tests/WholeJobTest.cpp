@@ -132,7 +132,7 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
                                                       {"b_big.tif", Subject(bits, false)},
                                                       {"c_small.tif", Subject(bits, true, 3)},
                                                       {"e_unticked.tif", Subject(bits, true)}};
-    for (const auto& [name, spec] : subjects) WriteTiff(shoot / name, spec);
+    for (const auto& [name, image] : subjects) WriteTiff(shoot / name, image);
     WriteFile(shoot / "d_notes.tif", "not a picture");
     WriteFile(shoot / "readme.txt", "not listed");
     std::map<std::string, std::string> before;
