@@ -60,9 +60,11 @@ sanitized_tests() {
 # build so that every source line keeps its own instructions. Branches the
 # compiler adds for exceptions and code it can prove unreachable are left out:
 # no test could take them. The per-file table shows what each test earns.
+# Counters are updated atomically: jobs run on several threads, and racing
+# updates would leave counts gcovr refuses.
 coverage() {
     cmake -S . -B build-coverage -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRISAVANE_APP=ON \
-        -DCMAKE_CXX_FLAGS="-O0 -g --coverage" -DCMAKE_EXE_LINKER_FLAGS="--coverage"
+        -DCMAKE_CXX_FLAGS="-O0 -g --coverage -fprofile-update=atomic" -DCMAKE_EXE_LINKER_FLAGS="--coverage"
     cmake --build build-coverage
     find build-coverage -name '*.gcda' -delete
     ctest --test-dir build-coverage --output-on-failure -j "$(nproc)"
