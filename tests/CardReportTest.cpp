@@ -141,16 +141,19 @@ void PageAgreesWithJson(const std::string& page, const json& report) {
 
 TEST_P(CardReport, FiguresAreTheKnownAnswers) {
     TempFolder folder;
-    WriteCard(folder / "w.tif", GetParam().bits, GetParam().bigEndian, GetParam().profile,
-              GetParam().pixel);
-    std::vector<std::string> args = {folder / "w.tif", "--report", folder / "out"};
+    // A name with the characters HTML gives a meaning to, which the page must escape.
+    const std::string card = folder / "w<&>\".tif";
+    WriteCard(card, GetParam().bits, GetParam().bigEndian, GetParam().profile, GetParam().pixel);
+    std::vector<std::string> args = {card, "--report", folder / "out"};
     args.insert(args.end(), GetParam().options.begin(), GetParam().options.end());
     const CliRun run = Analyze(args);
     ASSERT_EQ(run.code, 0) << run.err;
     const json report = json::parse(ReadFile(folder / "out" / "report.json"));
     EXPECT_EQ(report["schema_version"], 1);
     GetParam().check(report);
-    PageAgreesWithJson(ReadFile(folder / "out" / "report.html"), report);
+    const std::string page = ReadFile(folder / "out" / "report.html");
+    PageAgreesWithJson(page, report);
+    EXPECT_NE(page.find("w&lt;&amp;&gt;&quot;.tif"), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(
