@@ -10,9 +10,6 @@
 #include "WhiteCard.h"
 
 namespace {
-// The white card's canvas in the window.
-constexpr std::int64_t kPreviewRoom = 230;
-
 // Where the pictures go; an empty path asks for none.
 struct AnalyzeOptions {
     std::string white;
@@ -59,16 +56,14 @@ bool WritePicture(const Picture& picture, const std::string& path, std::ostream&
 // and its tone map, made from that same preview as the window makes it.
 bool WritePictures(TiffFile& white, const AnalyzeOptions& options, std::ostream& err) {
     if (options.preview.empty() && options.toneMap.empty()) return true;
-    const auto preview = white.MakeScaledPictureDisk(kPreviewRoom, kPreviewRoom);
+    const auto preview = WindowPreview(white);
     if (preview->Width() == 0 || preview->Height() == 0) {
         err << "brisavane-cli analyze: the white card is too narrow for a preview\n";
         return false;
     }
     bool written = options.preview.empty() || WritePicture(*preview, options.preview, err);
     if (!options.toneMap.empty()) {
-        Picture tone(preview->Width(), preview->Height());
-        CreateToneMap(*preview, tone);
-        written = WritePicture(tone, options.toneMap, err) && written;
+        written = WritePicture(ToneMapOf(*preview), options.toneMap, err) && written;
     }
     return written;
 }

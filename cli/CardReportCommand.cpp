@@ -1,15 +1,13 @@
 #include "CardReportCommand.h"
 
-#include <charconv>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "CardMeasurement.h"
+#include "CommandParser.h"
 #include "ExitCodes.h"
 #include "PngFile.h"
 #include "ReportJson.h"
@@ -19,26 +17,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-// The white card's canvas in the window, whose tone map the page shows.
-constexpr std::int64_t kWindowCanvas = 230;
-
-std::optional<double> Percent(const std::string& text) {
-    double value = 0.0;
-    const char* end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    if (text.empty() || result.ec != std::errc() || result.ptr != end || !std::isfinite(value) ||
-        value < 0.0)
-        return std::nullopt;
-    return value;
-}
-
-Picture ToneMapOf(TiffFile& white) {
-    const auto preview = white.MakeScaledPictureDisk(kWindowCanvas, kWindowCanvas);
-    Picture tone(preview->Width(), preview->Height());
-    CreateToneMap(*preview, tone);
-    return tone;
-}
-
 using NamedBytes = std::vector<std::pair<std::string, std::string>>;
 
 NamedBytes ReportFiles(const CardMeasurement& m, const ReportPictures& pictures) {
@@ -78,7 +56,7 @@ bool UsableFolder(const fs::path& folder) {
 
 int WriteCardReport(TiffFile& white, const CardReportRequest& request, std::ostream& err) {
     const auto format = PrintFormat::Named(request.format);
-    const auto amount = Percent(request.amount);
+    const auto amount = PercentText(request.amount);
     if (!format || !amount) {
         err << "brisavane-cli analyze: --format takes A4, A3, A2, A1 or A0 and --amount a "
                "number of percent, 0 or more\n";
@@ -91,7 +69,7 @@ int WriteCardReport(TiffFile& white, const CardReportRequest& request, std::ostr
     };
     if (!UsableFolder(folder)) return unwritable();
     try {
-        Picture tone = ToneMapOf(white);
+        const Picture tone = ToneMapOf(*WindowPreview(white));
         const CardMeasurement m = MeasureCard(white, *format, *amount / 100.0);
         return WriteAll(folder, ReportFiles(m, MakeReportPictures(m, std::move(tone))))
                    ? kExitOk

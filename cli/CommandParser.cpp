@@ -1,5 +1,8 @@
 #include "CommandParser.h"
 
+#include <charconv>
+#include <cmath>
+
 #include "ExitCodes.h"
 
 namespace {
@@ -47,4 +50,14 @@ CLI::Validator NonEmptyPath() {
     return CLI::Validator(
         [](const std::string& path) { return path.empty() ? std::string("needs a path") : ""; },
         "");
+}
+
+std::optional<double> PercentText(const std::string& text) {
+    double value = 0.0;
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    if (text.empty() || result.ec != std::errc() || result.ptr != end || !std::isfinite(value) ||
+        value < 0.0)
+        return std::nullopt;
+    return value;
 }

@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+// A correction amount as typed: a plain decimal number of percent, 0 or more
+// ("12x", "0x10" and " 5" are refused, not read in part or in another base).
+std::optional<double> PercentText(const std::string& text);
+
 // One command's options through CLI11, with this tool's conventions: --help
 // and --version on stdout and exit 0; anything else wrong names the bad
 // option on stderr after "brisavane-cli COMMAND: ", then the usage line, and

@@ -8,18 +8,17 @@
 namespace {
 // The whole text is a plain decimal number: "12x", "0x10" and " 5" are
 // refused, not read in part or in another base.
-template <class Number>
-bool WholeNumber(const std::string& text, Number& value) {
+bool WholeNumber(const std::string& text, int& value) {
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
     return !text.empty() && result.ec == std::errc() && result.ptr == end;
 }
 
 double Percent(const std::string& text) {
-    double percent = 0.0;
-    if (!WholeNumber(text, percent) || !std::isfinite(percent) || percent < 0.0)
+    const auto percent = PercentText(text);
+    if (!percent)
         throw CLI::ValidationError("--amount", "needs a number of percent, 0 or more: " + text);
-    return percent;
+    return *percent;
 }
 
 int Jobs(const std::string& text) {

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "TiffFile.h"
+
 namespace {
 struct ToneBand {
     std::uint32_t lowest;  // inclusive lower limit of the green byte
@@ -40,4 +42,14 @@ void CreateToneMap(const Picture& pwhite, Picture& ptone) {
             ptone.SetPixel(x, y, band ? band->colour : pixel);
         }
     }
+}
+
+std::shared_ptr<Picture> WindowPreview(TiffFile& white) {
+    return white.MakeScaledPictureDisk(kWhiteCanvas, kWhiteCanvas);
+}
+
+Picture ToneMapOf(const Picture& preview) {
+    Picture tone(preview.Width(), preview.Height());
+    CreateToneMap(preview, tone);
+    return tone;
 }
