@@ -15,6 +15,9 @@ for wanted in '^Maintainer: The Brisavane developers$' '^Section: graphics$' \
               '^Description: Equalize lens and light falloff in TIFF images$'; do
     echo "$fields" | grep -q "$wanted" || { echo "missing: $wanted"; exit 1; }
 done
+for page in brisavane brisavane-cli; do
+    gzip -t "$work/root/usr/share/man/man1/$page.1.gz" || { echo "no manual page $page.1.gz"; exit 1; }
+done
 run() { env -i PATH="$work/root/usr/bin:/usr/bin:/bin" "$@"; }
 [ "$(run brisavane-cli --version)" = "brisavane-cli $(dpkg-deb -f "$deb" Version)" ]
 # The window runs until the timeout ends it (124); anything else is a failure.
