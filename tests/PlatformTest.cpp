@@ -104,6 +104,7 @@ TEST(FolderItem, CopyReplacesALongerFileAndPathsAreAbsolute) {
     ASSERT_TRUE(FolderItem(folder / "b.tif").CopyFileTo(FolderItem(folder / "c.tif")));
     ASSERT_TRUE(FolderItem(folder / "a.tif").CopyFileTo(FolderItem(folder / "c.tif")));
     EXPECT_EQ(ReadFile(folder / "c.tif"), "\x04");
+    EXPECT_FALSE(FolderItem(folder / "absent").IsWriteable());
     EXPECT_FALSE(GetFolderItem("relative/path"));
     EXPECT_EQ(GetFolderItem("/a/b/../c")->NativePath(), "/a/c");
 }

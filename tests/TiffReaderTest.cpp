@@ -109,7 +109,6 @@ INSTANTIATE_TEST_SUITE_P(
                   &TiffFile::ProfileLength, 560},
         FieldCase{"profile_offset_32_bits", With({{34675, 7, 560, 0x00100002}}),
                   &TiffFile::ProfileOffset, 0x00100002},
-        FieldCase{"orientation_ignored", With({{274, 3, 1, 3}}), &TiffFile::ImageWidth, 4},
         FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
                   4294967295LL},
         FieldCase{"no_rows_per_strip", With({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
