@@ -87,7 +87,7 @@ void RampChecks(const json& r) {
     EXPECT_NEAR(r["equalized"]["figures"]["lightness_range"]["value"], 0.0, 0.5);
 }
 
-void AmountZeroA0Checks(const json& r) {  // equalizing at 0 % changes nothing
+void A0Checks(const json& r) {  // equalizing at 0 % changes nothing
     EXPECT_EQ(r["equalized"]["blocks"], r["as_shot"]["blocks"]);
     EXPECT_EQ(Figure(r, "lightness_range")["verdict"], "fail (limit 6 for A0)");
 }
@@ -158,20 +158,17 @@ TEST_P(CardReport, FiguresAreTheKnownAnswers) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cards, CardReport,
-    ::testing::Values(CardCase{"Flat16Little", 16, false, Flat, FlatChecks},
-                      CardCase{"Flat16Big", 16, true, Flat, FlatChecks},
-                      CardCase{"Flat8", 8, false, Flat, FlatChecks},
-                      CardCase{"Flat16Profile", 16, false, Flat, FlatChecks, {}, true},
-                      CardCase{"Ramp16", 16, true, Ramp, RampChecks},
-                      CardCase{"Ramp8AmountZeroA0",
-                               8,
-                               false,
-                               Ramp,
-                               AmountZeroA0Checks,
-                               {"--amount", "0", "--format", "A0"}},
-                      CardCase{"ColourCast8", 8, false, RedRightColumns, CastChecks},
-                      CardCase{"Dust16", 16, false, Dusty, DustChecks},
-                      CardCase{"Dust8", 8, false, Dusty, DustChecks}),
+    ::testing::Values(
+        CardCase{"Flat16Little", 16, false, Flat, FlatChecks},
+        CardCase{"Flat16Big", 16, true, Flat, FlatChecks},
+        CardCase{"Flat8", 8, false, Flat, FlatChecks},
+        CardCase{"Flat16Profile", 16, false, Flat, FlatChecks, {}, true},
+        CardCase{"Ramp16", 16, true, Ramp, RampChecks},
+        CardCase{
+            "Ramp8AmountZeroA0", 8, false, Ramp, A0Checks, {"--amount", "0", "--format", "A0"}},
+        CardCase{"ColourCast8", 8, false, RedRightColumns, CastChecks},
+        CardCase{"Dust16", 16, false, Dusty, DustChecks},
+        CardCase{"Dust8", 8, false, Dusty, DustChecks}),
     [](const auto& info) { return std::string(info.param.name); });
 
 struct RefusalCase {

@@ -3,20 +3,12 @@
 #include <limits>
 #include <vector>
 
-#include "Correction.h"
 #include "RowCorrection.h"
 #include "support/ReferenceEqualize.h"
 
 using namespace testing_tiff;
 
 namespace {
-TEST(TargetLevel, FollowsTheWorkedExamples) {
-    EXPECT_EQ(TargetLevel(200.0, 100.0, 0.5), 150.0);
-    EXPECT_EQ(TargetLevel(52000.0, 30000.0, 1.0), 52000.0);
-    EXPECT_EQ(TargetLevel(200.0, 100.0, 0.0), 100.0);
-    EXPECT_EQ(TargetLevel(180.0, 180.0, 7.5), 180.0);
-}
-
 struct Orders {
     bool subject, white;  // little-endian
 };
@@ -45,43 +37,6 @@ PixelLayout LayoutOf(const Row& subject) {
     return PixelLayout::For(3 * subject.width, subject.little,
                             static_cast<std::int64_t>(subject.bytes.size()));
 }
-
-// Hand-worked pixels (truncation: 116.54 gives 116, 14.999999999999998 gives
-// 14; the ceiling; a bright place left alone; a white of 0), each twice in a
-// row, in every mix of byte orders.
-struct WorkedPixel {
-    int bits;
-    double target;
-    std::uint16_t white, in[3], out[3];
-};
-
-class WorkedExamples : public ::testing::TestWithParam<std::tuple<WorkedPixel, Orders>> {};
-
-TEST_P(WorkedExamples, GiveTheWorkedSamples) {
-    const auto [p, orders] = GetParam();
-    Row subject{p.bits / 8, orders.subject}, white{p.bits / 8, orders.white};
-    for (int pixel = 0; pixel < 2; ++pixel)
-        for (int c = 0; c < 3; ++c) {
-            subject.Put(p.in[c]);
-            white.Put(c == 1 ? p.white : 7);
-        }
-    Row out = subject;
-    CorrectRow(LayoutOf(subject), orders.white, p.target, subject.bytes.data(), white.bytes.data(),
-               out.bytes.data());
-    for (std::size_t k = 0; k < 6; ++k) EXPECT_EQ(out.Get(k), p.out[k % 3]) << k;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Pixels, WorkedExamples,
-    ::testing::Combine(
-        ::testing::Values(WorkedPixel{8, 150.0, 120, {80, 100, 220}, {100, 125, 255}},
-                          WorkedPixel{8, 150.0, 130, {101, 13, 7}, {116, 14, 8}},
-                          WorkedPixel{8, 150.0, 180, {30, 40, 50}, {30, 40, 50}},
-                          WorkedPixel{
-                              16, 52000.0, 40000, {10000, 20000, 60000}, {13000, 26000, 65535}},
-                          WorkedPixel{16, 52000.0, 0, {0, 1, 65535}, {0, 65535, 65535}},
-                          WorkedPixel{8, 0.0, 0, {0, 1, 255}, {0, 1, 255}}),
-        kAllOrders));
 
 class RowIsTheFormula : public ::testing::TestWithParam<std::tuple<int, Orders>> {};
 

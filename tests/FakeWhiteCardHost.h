@@ -14,9 +14,6 @@ class FakeWhiteCardHost final : public WhiteCardHost {
     FakeDialogs dialogs;
     std::map<WhiteLabel, std::string> labels;
     std::vector<std::string> statusShown;  // the status line at each immediate redraw
-    std::string scaleText;
-    int rowDeletes = 0;
-    int canvasRefreshes = 0;
     int whiteRefreshes = 0;
     std::optional<bool> processEnabled;
     bool previews = true;
@@ -25,9 +22,9 @@ class FakeWhiteCardHost final : public WhiteCardHost {
     void RefreshLabel(WhiteLabel label) override {
         if (label == WhiteLabel::TxtStatusWhite) statusShown.push_back(labels[label]);
     }
-    void SetScaleText(const std::string& text) override { scaleText = text; }
-    void DeleteAllRows() override { ++rowDeletes; }
-    void RefreshCanvases() override { ++canvasRefreshes; }
+    void SetScaleText(const std::string&) override {}
+    void DeleteAllRows() override {}
+    void RefreshCanvases() override {}
     void RefreshWhiteCanvas() override { ++whiteRefreshes; }
     void SetProcessEnabled(bool enabled) override { processEnabled = enabled; }
     bool ShowPreviews() override { return previews; }

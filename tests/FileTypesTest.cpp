@@ -8,12 +8,9 @@ TEST(FileTypesTest, TypeOfNamesTheFirstMatchingType) {
     const std::pair<const char*, const char*> cases[] = {
         {"chart.tif", "image/tiff"},
         {"CHART.TIF", "image/tiff"},
-        {"scan.tiff", "image/tiff"},
         {"old.jfx", "image/tiff"},
         {"notes.txt", "text"},
-        {"readme.text", "text"},
         {"photo.jpeg", "image/jpeg"},
-        {"shot.raw", "image/raw"},
         {"display.icc", "prof"},
         {"card.tif.bak", ""},
         {"tif", ""},

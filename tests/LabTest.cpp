@@ -68,24 +68,18 @@ constexpr std::array<std::array<float, 3>, 4> kSixteenBitLab{
     {{100, 1, -1}, {0, -128, 127.99609375f}, {50.000763f, 0.5f, 0}, {20, -0.125f, 0.25f}}};
 INSTANTIATE_TEST_SUITE_P(
     Pixels, LabIntToFloatArrayTest,
-    ::testing::Values(
-        DecodeCase{"EightBit",
-                   3,
-                   true,
-                   {255, 127, 128, 0, 0, 0, 51, 1, 255, 102, 200, 56},
-                   {{{100, 127, -128}, {0, 0, 0}, {20, 1, -1}, {40, -56, 56}}}},
-        DecodeCase{"SixteenBitLittle",
-                   6,
-                   true,
-                   {0xFF, 0xFF, 0x00, 0x01, 0x00, 0xFF, 0x00, 0x00, 0x00, 0x80, 0xFF, 0x7F,
-                    0x00, 0x80, 0x80, 0x00, 0x00, 0x00, 0x33, 0x33, 0xE0, 0xFF, 0x40, 0x00},
-                   kSixteenBitLab},
-        DecodeCase{"SixteenBitBig",
-                   6,
-                   false,
-                   {0xFF, 0xFF, 0x01, 0x00, 0xFF, 0x00, 0x00, 0x00, 0x80, 0x00, 0x7F, 0xFF,
-                    0x80, 0x00, 0x00, 0x80, 0x00, 0x00, 0x33, 0x33, 0xFF, 0xE0, 0x00, 0x40},
-                   kSixteenBitLab}),
+    ::testing::Values(DecodeCase{"EightBit",
+                                 3,
+                                 true,
+                                 {255, 127, 128, 0, 0, 0, 51, 1, 255, 102, 200, 56},
+                                 {{{100, 127, -128}, {0, 0, 0}, {20, 1, -1}, {40, -56, 56}}}},
+                      DecodeCase{
+                          "SixteenBitBig",
+                          6,
+                          false,
+                          {0xFF, 0xFF, 0x01, 0x00, 0xFF, 0x00, 0x00, 0x00, 0x80, 0x00, 0x7F, 0xFF,
+                           0x80, 0x00, 0x00, 0x80, 0x00, 0x00, 0x33, 0x33, 0xFF, 0xE0, 0x00, 0x40},
+                          kSixteenBitLab}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LabIntToFloatArray, RefusesABufferShorterThanTheImage) {

@@ -29,101 +29,77 @@ Scan ScanFile(const TiffSpec& image, Progress* progress = nullptr) {
     return {tiff.MaxLuminance, tiff.MinLuminance, tiff.pxmax, tiff.pymax};
 }
 
-// Samples for a w x h image: every pixel (r, g, b) = (fill, g(x, y), fill).
-TiffSpec Image(std::uint32_t w, std::uint32_t h, int bits, bool little,
-               std::function<std::uint16_t(std::uint32_t, std::uint32_t)> green,
-               std::uint16_t fill = 0) {
-    TiffSpec image = SpecOf(w, h, bits, little);
-    image.pixel = [green, fill](std::uint32_t x, std::uint32_t y) {
-        return Rgb{fill, green(x, y), fill};
-    };
-    return image;
-}
+// A green sample that differs from the rest of the image.
+struct Spot {
+    std::uint32_t x, y;
+    std::uint16_t green;
+};
 
+// An image of width x 4 pixels whose red and blue are fill and whose green is
+// base but at the spots.
 struct ScanCase {
     const char* name;
     int bits;
     bool little;
-    std::function<std::uint16_t(std::uint32_t, std::uint32_t)> green;
+    std::uint32_t width;
+    std::uint16_t base;
+    std::vector<Spot> spots;
     std::uint16_t fill;
     Scan expected;
-    std::uint32_t width = 5;
+
+    TiffSpec Image() const {
+        TiffSpec image = SpecOf(width, 4, bits, little);
+        image.pixel = [c = *this](std::uint32_t x, std::uint32_t y) {
+            std::uint16_t green = c.base;
+            for (const Spot& s : c.spots)
+                if (s.x == x && s.y == y) green = s.green;
+            return Rgb{c.fill, green, c.fill};
+        };
+        return image;
+    }
 };
 
 class DiskScan : public ::testing::TestWithParam<ScanCase> {};
 
 TEST_P(DiskScan, FindsBrightestDarkestAndWhere) {
-    const ScanCase c = GetParam();
-    const Scan s = ScanFile(Image(c.width, 4, c.bits, c.little, c.green, c.fill));
+    const ScanCase& c = GetParam();
+    const Scan s = ScanFile(c.Image());
     EXPECT_EQ(s.max, c.expected.max);
     EXPECT_EQ(s.min, c.expected.min);
     EXPECT_EQ(s.x, c.expected.x);
     EXPECT_EQ(s.y, c.expected.y);
 }
 
-using Green = std::uint16_t (*)(std::uint32_t, std::uint32_t);
-const Green kPeakLast = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return (x == 4 && y == 3) ? 200 : static_cast<std::uint16_t>(10 + x + y);
-};
-const Green kPeakLast16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return (x == 4 && y == 3) ? 61680 : static_cast<std::uint16_t>(300 + 256 * x + y);
-};
-const Green kBlack = [](std::uint32_t, std::uint32_t) -> std::uint16_t { return 0; };
-const Green kEven = [](std::uint32_t, std::uint32_t) -> std::uint16_t { return 77; };
-const Green kEqualPeaks = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return (y >= 1 && x >= 2) ? 90 : 40;
-};
-const Green kRising = [](std::uint32_t x, std::uint32_t) -> std::uint16_t { return 1000 + x; };
-// 37 pixels a row: whole blocks of pixels first, then a few left over.
-const Green kWide8 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return x == 20 && y == 2 ? 250 : x == 36 && y == 1 ? 2 : 100;
-};
-// 256 and 255 swap their order when their bytes are turned round.
-const Green kWide16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return x == 30 && y == 1 ? 256 : x == 34 && y == 2 ? 3 : x == 9 && y == 3 ? 4 : 255;
-};
-const Green kWidePeakLeftOver16 = [](std::uint32_t x, std::uint32_t y) -> std::uint16_t {
-    return x == 35 && y == 3 ? 60000 : x == 17 && y == 0 ? 7 : 30000;
-};
-
 // Of equal peaks the first in scan order holds the place; an all-black image
-// keeps the place a new object has; red and blue are never looked at.
+// keeps the place a new object has; red and blue are never looked at. Rows of
+// 37 pixels hold whole blocks of pixels first, then a few left over; 256 and
+// 255 swap their order when their bytes are turned round, and 300 becomes
+// 11265.
+const std::vector<Spot> kWide16 = {{30, 1, 256}, {34, 2, 3}, {9, 3, 4}};
 INSTANTIATE_TEST_SUITE_P(
     Images, DiskScan,
     ::testing::Values(
-        ScanCase{"peak_in_last_pixel_8", 8, true, kPeakLast, 0, {200, 10, 4, 3}},
-        ScanCase{"peak_16_le", 16, true, kPeakLast16, 0, {61680, 300, 4, 3}},
-        ScanCase{"peak_16_be", 16, false, kPeakLast16, 0, {61680, 300, 4, 3}},
-        ScanCase{"all_black_keeps_place", 16, true, kBlack, 0, {0, 0, 0, 0}},
-        ScanCase{"all_equal_first_pixel", 8, true, kEven, 0, {77, 77, 0, 0}},
-        ScanCase{"first_of_equal_peaks", 8, true, kEqualPeaks, 0, {90, 40, 2, 1}},
-        ScanCase{"red_and_blue_ignored", 16, false, kRising, 65535, {1004, 1000, 4, 0}},
-        ScanCase{"wide_8", 8, true, kWide8, 255, {250, 2, 20, 2}, 37},
-        ScanCase{"wide_16_le", 16, true, kWide16, 65535, {256, 3, 30, 1}, 37},
-        ScanCase{"wide_16_be", 16, false, kWide16, 65535, {256, 3, 30, 1}, 37},
+        ScanCase{"peak_last_8", 8, true, 5, 10, {{4, 3, 200}, {2, 1, 6}}, 0, {200, 6, 4, 3}},
+        ScanCase{"peak_16_le", 16, true, 5, 300, {{4, 3, 61680}}, 0, {61680, 300, 4, 3}},
+        ScanCase{"peak_16_be", 16, false, 5, 300, {{4, 3, 61680}}, 0, {61680, 300, 4, 3}},
+        ScanCase{"all_black_keeps_place", 16, true, 5, 0, {}, 0, {0, 0, 0, 0}},
+        ScanCase{"all_equal_first_pixel", 8, true, 5, 77, {}, 0, {77, 77, 0, 0}},
+        ScanCase{"equal_peaks", 8, true, 5, 40, {{2, 2, 90}, {3, 1, 90}}, 0, {90, 40, 3, 1}},
+        ScanCase{"red_blue_ignored", 16, false, 5, 1000, {{4, 0, 1004}}, 65535, {1004, 1000, 4, 0}},
+        ScanCase{"wide_8", 8, true, 37, 100, {{20, 2, 250}, {36, 1, 2}}, 255, {250, 2, 20, 2}},
+        ScanCase{"wide_16_le", 16, true, 37, 255, kWide16, 65535, {256, 3, 30, 1}},
+        ScanCase{"wide_16_be", 16, false, 37, 255, kWide16, 65535, {256, 3, 30, 1}},
         ScanCase{
-            "wide_peak_left_over_16", 16, false, kWidePeakLeftOver16, 0, {60000, 7, 35, 3}, 37}),
+            "end_16", 16, false, 37, 30000, {{35, 3, 60000}, {17, 0, 7}}, 0, {60000, 7, 35, 3}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(DiskScan, ReportsEveryRowThenHides) {
     RecordingProgress bar;
-    ScanFile(Image(3, 4, 8, true, [](auto, auto) -> std::uint16_t { return 5; }), &bar);
+    ScanFile(SpecOf(3, 4, 8, true), &bar);
     EXPECT_EQ(bar.maxima, (std::vector<std::int64_t>{4}));
     EXPECT_EQ(bar.values, (std::vector<double>{1, 2, 3, 4}));
     EXPECT_EQ(bar.visibility, (std::vector<bool>{true, false}));
     EXPECT_EQ(bar.refreshes, 4);
-}
-
-// Pixels of four bytes are read as if they were 16-bit RGB: whatever that
-// yields, the scan must stay inside its row.
-TEST(DiskScan, OddPixelSizeStaysInsideTheRow) {
-    TiffSpec image = Image(3, 2, 16, true, [](auto, auto) -> std::uint16_t { return 9; });
-    image.extra = {{277, 3, 1, 2}};  // 16 bits x 2 samples: 4 bytes a pixel
-    const Scan s = ScanFile(image);
-    // Rows of 12 bytes: green samples at offsets 2 and 8 only.
-    EXPECT_EQ(s.max, 9.0);
-    EXPECT_EQ(s.min, 9.0);
-    EXPECT_EQ(s.x, 0);
 }
 
 TEST(DiskScan, NoRowsLeavesTheStartingMinimum) {
@@ -159,7 +135,8 @@ TEST(MemoryScan, FindsExtremesAndReportsByFiftieths) {
     EXPECT_EQ(tiff.MinLuminance, 500);
     EXPECT_EQ(tiff.pxmax, 0);
     ASSERT_FALSE(bar.values.empty());
-    EXPECT_EQ(bar.values.front(), 14.0 / 12.0);  // interval 12: first fires at the third sample
+    EXPECT_EQ(bar.values.front(),
+              14.0 / 12.0);  // interval 12: first fires at the third sample
     EXPECT_LE(bar.values.back(), 50.0);
 }
 

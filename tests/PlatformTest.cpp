@@ -96,21 +96,14 @@ TEST(FolderItem, ChildStaysInsideTheFolder) {
         EXPECT_FALSE(folder.Child(name)) << name;
 }
 
-TEST(FolderItem, CopyListAndWriteable) {
+// Listing, copying and writing show through the batch; these are the edges.
+TEST(FolderItem, CopyReplacesALongerFileAndPathsAreAbsolute) {
     TempFolder folder;
     WriteFile(folder / "b.tif", "\x01\x02\x03");
     WriteFile(folder / "a.tif", "\x04");
-    const FolderItem source(folder / "b.tif");
-    ASSERT_TRUE(source.CopyFileTo(FolderItem(folder / "c.tif")));
-    EXPECT_EQ(ReadFile(folder / "c.tif"), "\x01\x02\x03");
+    ASSERT_TRUE(FolderItem(folder / "b.tif").CopyFileTo(FolderItem(folder / "c.tif")));
     ASSERT_TRUE(FolderItem(folder / "a.tif").CopyFileTo(FolderItem(folder / "c.tif")));
     EXPECT_EQ(ReadFile(folder / "c.tif"), "\x04");
-
-    std::vector<std::string> names;
-    for (const FolderItem& item : FolderItem(folder.Path()).Children())
-        names.push_back(item.Name());
-    EXPECT_EQ(names, (std::vector<std::string>{"a.tif", "b.tif", "c.tif"}));
-    EXPECT_TRUE(source.IsWriteable());
     EXPECT_FALSE(FolderItem(folder / "absent").IsWriteable());
     EXPECT_FALSE(GetFolderItem("relative/path"));
     EXPECT_EQ(GetFolderItem("/a/b/../c")->NativePath(), "/a/c");
@@ -124,22 +117,15 @@ TEST(Picture, WritesOutsideChangeNothing) {
     picture.SetPixel(-1, 0, RGB(9, 9, 9));
     EXPECT_EQ(picture.Pixel(2, 1), 0x00010203u);
     EXPECT_EQ(picture.Pixel(3, 1), 0u);
-    EXPECT_EQ((picture.Pixel(2, 1) >> 8) & 255, 2u);
     picture.ClearRect(0, 0, 3, 2);
     EXPECT_EQ(picture.Pixel(2, 1), Picture::kTransparent);
 }
 
-TEST(NumberText, ShowsAndReadsNumbersAsTheWindowDoes) {
-    EXPECT_EQ(CStr(61680.0), "61680");
-    EXPECT_EQ(CStr(0.0), "0");
+// Whole numbers, rounding and the amount field's readings show through the
+// window; these are the readings it never meets.
+TEST(NumberText, FractionsAndASignedPercent) {
     EXPECT_EQ(CStr(9999999.9), "9999999.9");
-    EXPECT_EQ(Round(61680.0 / 257.0), 240.0);
-    EXPECT_EQ(Round(2.5), 3.0);
-    EXPECT_EQ(CDbl("999.9"), 999.9);
-    EXPECT_EQ(CDbl(""), 0.0);
-    EXPECT_EQ(CDbl("abc"), 0.0);
-    EXPECT_EQ(CDbl(" 12.5%"), 12.5);
-    EXPECT_EQ(FormatFixed(100.0, 1), "100.0");
+    EXPECT_EQ(CDbl(" +12.5%"), 12.5);
 }
 
 }  // namespace

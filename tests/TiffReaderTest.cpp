@@ -65,15 +65,11 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"magic", {}, true, "Not a valid TIFF file."},
         RefusalCase{"photometric", {{262, 3, 1, 1}}, false, "The file must be RGB only."},
         RefusalCase{"planar", {{284, 3, 1, 2}}, false, "The data must be interleaved, not planar."},
-        RefusalCase{"first in file order wins",
+        RefusalCase{"first_in_file_order_wins",
                     {{284, 3, 1, 2}, {262, 3, 1, 6}},
                     false,
                     "The data must be interleaved, not planar."}),
-    [](const auto& info) {
-        std::string n = info.param.name;
-        for (char& ch : n) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-        return n;
-    });
+    [](const auto& info) { return std::string(info.param.name); });
 
 TiffSpec With(std::vector<Entry> extra, bool little = true, int bits = 8,
               std::int64_t rowsPerStrip = -1) {
@@ -113,7 +109,6 @@ INSTANTIATE_TEST_SUITE_P(
                   &TiffFile::ProfileLength, 560},
         FieldCase{"profile_offset_32_bits", With({{34675, 7, 560, 0x00100002}}),
                   &TiffFile::ProfileOffset, 0x00100002},
-        FieldCase{"orientation_ignored", With({{274, 3, 1, 3}}), &TiffFile::ImageWidth, 4},
         FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
                   4294967295LL},
         FieldCase{"no_rows_per_strip", With({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},

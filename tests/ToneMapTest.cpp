@@ -9,23 +9,14 @@ struct ToneCase {
 };
 
 TEST(ToneMapTest, BandsByGreenByteAndDarkerPixelsCopied) {
-    // Colours as 0xAARRGGBB, alpha 0 = opaque.
+    // Colours as 0xAARRGGBB, alpha 0 = opaque: the edges of the top and bottom
+    // bands, and what a band and a copy do with the other bytes.
     const ToneCase cases[] = {
         {0x00000000u | 255u << 8, 0x00FF0000u},  // 255: top band, red
         {250u << 8, 0x00FF0000u},                // 250: still red
         {249u << 8, 0x00FF8000u},                // 249: second band
-        {245u << 8, 0x00FF8000u},
         {244u << 8, 0x00FFC000u},
-        {0x00FF00FFu | 240u << 8, 0x00FFC000u},  // red and blue bytes play no part
-        {235u << 8, 0x00FFFF00u},
-        {230u << 8, 0x00CCF000u},
-        {225u << 8, 0x0000E000u},
-        {220u << 8, 0x0000F0B0u},
-        {215u << 8, 0x0000FFFFu},
-        {210u << 8, 0x0000C0FFu},
-        {209u << 8, 0x000080FFu},
-        {205u << 8, 0x000080FFu},
-        {204u << 8, 0x000000FFu},
+        {0x00FF00FFu | 240u << 8, 0x00FFC000u},               // red and blue bytes play no part
         {200u << 8, 0x000000FFu},                             // 200: last band, blue
         {(0x00123456u & ~0xFF00u) | 199u << 8, 0x0012C756u},  // 199: copied as it is
         {0x00FF0000u, 0x00FF0000u},                           // pure red: green 0, copied

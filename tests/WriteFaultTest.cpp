@@ -17,30 +17,17 @@ using namespace testing_tiff;
 namespace {
 constexpr const char* kProblem = "Problem writing equalized TIFF file.";
 
-TiffSpec Card() {
-    TiffSpec s = SpecOf(6, 4, 16, true);
-    s.pixel = [](std::uint32_t x, std::uint32_t y) {
-        return Rgb{7, static_cast<std::uint16_t>(62000 - 1500 * (x + 2 * y)), 7};
-    };
-    return s;
-}
-
 // A subject with its bytes on both sides of the pixel rows: a profile in front
 // (which makes the big one big) and bytes behind them.
 TiffSpec Subject(std::size_t profileBytes, bool little = true) {
-    TiffSpec s = Card();
-    s.littleEndian = little;
-    s.pixel = [](std::uint32_t x, std::uint32_t y) {
-        return Rgb{static_cast<std::uint16_t>(3000 * x), static_cast<std::uint16_t>(20000 + y),
-                   static_cast<std::uint16_t>(40000 - 9 * x * y)};
-    };
+    TiffSpec s = Scene(16, little);
     s.iccProfile = std::string(profileBytes, '\x11');
     s.trailer = std::string(300, '\x22');
     return s;
 }
 
 std::string Expected(const TiffSpec& subject) {
-    return ExpectedOutput(subject, Card(), Card().pixel(0, 0).g);
+    return ExpectedOutput(subject, Card(), FullTarget(Card()));
 }
 
 // The marks and texts of a batch, one line a row: "0 Cross Problem ...".
@@ -66,18 +53,8 @@ enum class Limit {
     FromTheSecondRow,  // the copy is whole; the row pass can write one row only
 };
 
-struct LimitCase {
-    const char* label;
-    Limit limit;
-};
-
-// Named by its label in test listings.
-void PrintTo(const LimitCase& c, std::ostream* os) {
-    *os << c.label;
-}
-
 // A big subject followed by a small one, which every limit here lets through.
-class FileSizeLimit : public ::testing::TestWithParam<LimitCase> {
+class FileSizeLimit : public ::testing::TestWithParam<Limit> {
   protected:
     BatchRig rig{Card()};
     const TiffSpec big = Subject(4000), small = Subject(0, false);
@@ -91,7 +68,7 @@ class FileSizeLimit : public ::testing::TestWithParam<LimitCase> {
     }
     // The limit that the copy of the big subject meets.
     rlim_t CopyLimit() const {
-        return GetParam().limit == Limit::InTheProfile
+        return GetParam() == Limit::InTheProfile
                    ? built.imageOffset / 2
                    : built.imageOffset + built.bytesPerRow * big.height;
     }
@@ -102,7 +79,7 @@ class FileSizeLimit : public ::testing::TestWithParam<LimitCase> {
 // file fails, the small one is written, no temporary stays behind.
 TEST_P(FileSizeLimit, CrossOrFailedLineThenTheNextFile) {
     const ChildResult child = InChild([&] {
-        if (GetParam().limit != Limit::FromTheSecondRow)
+        if (GetParam() != Limit::FromTheSecondRow)
             LimitFileSize(CopyLimit());
         else
             rig.host.onStatus = [&](const std::string& status) {
@@ -117,7 +94,7 @@ TEST_P(FileSizeLimit, CrossOrFailedLineThenTheNextFile) {
     EXPECT_EQ(child.out, Crossed(0) + Checked(1) + "completed");
     EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
     EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
-    if (GetParam().limit == Limit::FromTheSecondRow) return;
+    if (GetParam() == Limit::FromTheSecondRow) return;
 
     std::filesystem::remove(rig.OutputPath("big_eq.tif"));
     std::filesystem::remove(rig.OutputPath("small_eq.tif"));
@@ -134,11 +111,11 @@ TEST_P(FileSizeLimit, CrossOrFailedLineThenTheNextFile) {
     EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
 }
 
+const char* const kLimitNames[] = {"InTheProfile", "BeforeTheTrailer", "FromTheSecondRow"};
 INSTANTIATE_TEST_SUITE_P(Limits, FileSizeLimit,
-                         ::testing::Values(LimitCase{"InTheProfile", Limit::InTheProfile},
-                                           LimitCase{"BeforeTheTrailer", Limit::BeforeTheTrailer},
-                                           LimitCase{"FromTheSecondRow", Limit::FromTheSecondRow}),
-                         [](const auto& info) { return std::string(info.param.label); });
+                         ::testing::Values(Limit::InTheProfile, Limit::BeforeTheTrailer,
+                                           Limit::FromTheSecondRow),
+                         [](const auto& info) { return std::string(kLimitNames[info.index]); });
 
 // A small file system that the big subject's copy fills. The window's batch
 // keeps what a failed file left (as after any write error), so the disk

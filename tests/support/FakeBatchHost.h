@@ -35,7 +35,6 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     // Dialogs: prepared answers and what was asked
     std::shared_ptr<FolderItem> folderAnswer;
     std::deque<std::shared_ptr<FolderItem>> saveAnswers;
-    std::vector<std::string> saveProposals;
     std::vector<std::string> messages;
     // Events: the user cancels once this many rows were pumped (-1: never)
     int cancelAfterPumps = -1;
@@ -64,9 +63,7 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     EventPump& Events() override { return *this; }
 
     std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string&) override { return nullptr; }
-    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&,
-                                                  const std::string& suggested) override {
-        saveProposals.push_back(suggested);
+    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&, const std::string&) override {
         if (saveAnswers.empty()) return nullptr;
         auto answer = saveAnswers.front();
         saveAnswers.pop_front();
