@@ -1,0 +1,162 @@
+// The command line's correction modes against values each row works out for
+// itself, in both depths and byte orders, on one plain strip and on LZW tiles.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <sstream>
+
+#include "AnalyzeRun.h"
+#include "EqualizeCommand.h"
+#include "LibtiffFiles.h"
+#include "TempFolder.h"
+
+namespace {
+namespace fs = std::filesystem;
+using testing_tiff::Rgb;
+
+using Pixels = std::function<Rgb(std::uint32_t, std::uint32_t)>;
+// A card with a colour cast (red falls off fastest, blue slowest), a second,
+// dimmer shot of it, a dark frame and a subject, on the 16-bit scale.
+const Pixels kCard = [](std::uint32_t x, std::uint32_t y) {
+    const auto d = static_cast<std::uint16_t>(x + y);
+    return Rgb{static_cast<std::uint16_t>(60000 - d * 6000),
+               static_cast<std::uint16_t>(64000 - d * 4000),
+               static_cast<std::uint16_t>(50000 - d * 1500)};
+};
+const Pixels kShot = [](std::uint32_t x, std::uint32_t y) {
+    const Rgb c = kCard(x, y);
+    return Rgb{static_cast<std::uint16_t>(c.r - 999), static_cast<std::uint16_t>(c.g - 3001), c.b};
+};
+const Pixels kDark = [](std::uint32_t x, std::uint32_t y) {
+    return Rgb{static_cast<std::uint16_t>(900 + x * 300), 1200,
+               static_cast<std::uint16_t>(y * 700)};
+};
+const Pixels kSubject = [](std::uint32_t x, std::uint32_t y) {
+    return Rgb{static_cast<std::uint16_t>(x * 9000 + y * 500),
+               static_cast<std::uint16_t>(40000 - y * 9000),
+               static_cast<std::uint16_t>(x * y * 3000 + 400)};
+};
+
+struct Mode {
+    const char* label;
+    std::vector<std::string> args;  // "shot" and "dark" stand for those files
+    std::string kinds;              // which of rgb, darken, shot and (dark) frame the row has
+    double amount = 1.0, cap = INFINITY;
+    bool Has(const char* kind) const { return kinds.find(kind) != std::string::npos; }
+};
+
+struct Road {
+    int bits;
+    bool little;
+    const char* tiffcp;  // the subject remade by tiffcp, or nullptr for one plain strip
+};
+
+class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> {
+  protected:
+    std::string Make(const char* name, const Pixels& pixels, const char* tiffcp = nullptr) {
+        const auto [bits, little, ignored] = std::get<1>(GetParam());
+        testing_tiff::TiffSpec spec = testing_tiff::SpecOf(6, 4, bits, little);
+        spec.pixel = [&, bits](std::uint32_t x, std::uint32_t y) {
+            const Rgb p = pixels(x, y);
+            const auto scale = [bits](std::uint16_t v) {
+                return static_cast<std::uint16_t>(bits == 8 ? v / 257 : v);
+            };
+            return Rgb{scale(p.r), scale(p.g), scale(p.b)};
+        };
+        const fs::path path = dir / (std::string(name) + ".tif");
+        testing_tiff::WriteTiff(path, spec);
+        if (tiffcp) {
+            EXPECT_EQ(std::system(("tiffcp " + std::string(tiffcp) + (little ? " -L " : " -B ") +
+                                   path.string() + " " + (dir / "made.tif").string())
+                                      .c_str()),
+                      0);
+            fs::rename(dir / "made.tif", path);
+        }
+        return path;
+    }
+    std::vector<double> Values(const Pixels& pixels) {
+        std::vector<double> v;
+        const int bits = std::get<1>(GetParam()).bits;
+        for (std::uint32_t y = 0; y < 4; ++y)
+            for (std::uint32_t x = 0; x < 6; ++x)
+                for (const std::uint16_t s : {pixels(x, y).r, pixels(x, y).g, pixels(x, y).b})
+                    v.push_back(bits == 8 ? s / 257 : s);
+        return v;
+    }
+    TempFolder dir;
+};
+
+TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
+    const auto& [mode, road] = GetParam();
+    const std::string card = Make("card", kCard), shot = Make("shot", kShot),
+                      dark = Make("dark", kDark);
+    const std::string subject = Make("subject", kSubject, road.tiffcp);
+    std::vector<std::string> args = {"--white", card, "--output", dir / "out"};
+    for (const std::string& a : mode.args)
+        args.push_back(a == "shot" ? shot : a == "dark" ? dark : a);
+    args.push_back(subject);
+    fs::create_directories(dir / "out");
+    std::ostringstream out, err;
+    ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+
+    // The card as the modes see it, its extremes a channel, then each sample.
+    std::vector<double> white = Values(kCard), shotValues = Values(kShot),
+                        darkValues = Values(kDark);
+    double max[3] = {0, 0, 0}, min[3] = {1e9, 1e9, 1e9};
+    for (std::size_t i = 0; i < white.size(); ++i) {
+        if (mode.Has("shot")) white[i] = (white[i] + shotValues[i]) / 2;
+        if (mode.Has("frame")) white[i] = std::max(white[i] - darkValues[i], 0.0);
+        max[i % 3] = std::max(max[i % 3], white[i]);
+        min[i % 3] = std::min(min[i % 3], white[i]);
+    }
+    const std::vector<double> s = Values(kSubject);
+    std::vector<std::uint16_t> want;
+    std::size_t capped = 0;
+    for (std::size_t i = 0; i < s.size(); i += 3) {
+        bool bit = false;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const std::size_t k = mode.Has("rgb") ? c : 1;
+            double gain = (min[k] + (max[k] - min[k]) * mode.amount) / white[i + k];
+            if (!mode.Has("darken")) gain = std::max(gain, 1.0);
+            bit |= gain > mode.cap;
+            gain = std::min(gain, mode.cap);
+            const double sample =
+                std::max(s[i + c] - (mode.Has("frame") ? darkValues[i + c] : 0.0), 0.0);
+            want.push_back(static_cast<std::uint16_t>(
+                std::min(gain * sample, road.bits == 8 ? 255.0 : 65535.0)));
+        }
+        capped += bit;
+    }
+    EXPECT_EQ(out.str().find("gain capped on") != std::string::npos, capped > 0) << out.str();
+    if (capped > 0) {
+        char note[64];
+        std::snprintf(note, sizeof note, " (gain capped on %.1f %% of pixels)\n",
+                      capped * 100.0 / 24);
+        EXPECT_TRUE(out.str().ends_with(note)) << out.str();
+    }
+    ASSERT_EQ(std::system(("tiffcp -s -c none -r 4 " + (dir / "out/subject_eq.tif").string() + " " +
+                           (dir / "plain.tif").string())
+                              .c_str()),
+              0);
+    const LibtiffImage got = ReadWithLibtiff(dir / "plain.tif");
+    EXPECT_EQ(got.pixels, ImageOfSamples(6, 4, static_cast<std::uint16_t>(road.bits), want).pixels);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Modes, CorrectionModes,
+    ::testing::Combine(
+        ::testing::Values(
+            Mode{"Rgb", {"--channels", "rgb"}, "rgb"},
+            Mode{"RgbCapped", {"--channels", "rgb", "--max-gain", "1.3"}, "rgb", 1.0, 1.3},
+            Mode{"GreenCapped", {"--max-gain", "1.25"}, "", 1.0, 1.25},
+            Mode{"Darken", {"--darken", "--amount", "40"}, "darken", 0.4},
+            Mode{"TwoShots", {"--white", "shot", "--channels", "rgb"}, "rgb shot"},
+            Mode{"Dark", {"--dark", "dark", "--amount", "70"}, "frame", 0.7}),
+        ::testing::Values(Road{8, true, nullptr}, Road{16, true, nullptr}, Road{16, false, nullptr},
+                          Road{8, false, "-t -w 16 -l 16 -c lzw:2"},
+                          Road{16, false, "-t -w 16 -l 16 -c lzw:2"},
+                          Road{16, true, "-r 1 -c lzw"})),
+    [](const auto& info) {
+        return std::get<0>(info.param).label + std::to_string(info.index % 6);
+    });
+}  // namespace
