@@ -110,10 +110,11 @@ void CardSmoother::FilterAcross(const double* rgb) {
     for (std::size_t node = 0; node < across_.nodes.size(); ++node) {
         const std::uint32_t from = across_.from[node], to = across_.to[node];
         const double middle = (from + to) / 2.0;
+        const bool centred = across_.Centred(node);
         for (std::size_t c = 0; c < 3; ++c) {
             const double sum = prefix_[(to + std::size_t{1}) * 3 + c] - prefix_[from * 3 + c];
             double moment = 0.0;  // only needed where the window has moved off its node
-            for (std::uint32_t x = from; !across_.Centred(node) && x <= to; ++x) {
+            for (std::uint32_t x = from; !centred && x <= to; ++x) {
                 moment += (x - middle) * rgb[x * std::size_t{3} + c];
             }
             reduced_[node * 3 + c] = Fitted(from, to, across_.nodes[node], sum, moment);
