@@ -182,7 +182,7 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
     if (white && !options.modes.Off())
         modes = ModeRun::Prepare(options.modes, options.amountToApply, error);
     if (!white || (!options.modes.Off() && !modes)) {
-        io.err << (white ? "Error: The white cards can't be used: " : "") << error << "\n";
+        io.err << (white ? "brisavane-cli equalize: " : "") << error << "\n";
         return kExitUnusable;
     }
     const JobSettings settings{

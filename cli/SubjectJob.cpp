@@ -40,7 +40,7 @@ class Job {
     std::string Name() const { return std::filesystem::path(path_).filename().string(); }
     SubjectResult Result(const SubjectReport& report) const;
     std::optional<SubjectResult> ThroughLibtiff(std::unique_ptr<ModeCorrector>& modes) const;
-    std::string ModesRefusal(const LibtiffFile& image) const;
+    std::string ModesFor(const LibtiffFile& image, std::unique_ptr<ModeCorrector>& modes) const;
 
     const std::string& path_;
     const JobSettings& settings_;
@@ -93,16 +93,22 @@ std::optional<SubjectResult> Job::ThroughLibtiff(std::unique_ptr<ModeCorrector>&
     if (const std::string unusable = image.Unusable(); !unusable.empty())
         return Skipped("this is " + unusable);
     if (settings_.modes) {
-        if (const std::string why = ModesRefusal(image); !why.empty()) return Failed(why);
-        modes =
-            std::make_unique<ModeCorrector>(*settings_.modes, image.tiled ? image.BandRows() : 1);
+        if (const std::string why = ModesFor(image, modes); !why.empty()) return Failed(why);
     }
     if (image.OneStripPlain() && settings_.cardThroughLibtiff.empty()) return std::nullopt;
     return EqualizeThroughLibtiff(path_, image, settings_, number_, modes.get());
 }
 
-std::string Job::ModesRefusal(const LibtiffFile& image) const {
-    return SubjectMismatch(settings_.white, image);
+// The subject's corrector in the run's modes, or why the subject can't have one.
+std::string Job::ModesFor(const LibtiffFile& image, std::unique_ptr<ModeCorrector>& modes) const {
+    std::string why = SubjectMismatch(settings_.white, image);
+    std::optional<ToneCurves> curves;
+    if (why.empty() && settings_.modes->Modes().linear)
+        curves = ModeRun::CurvesOf(image, "the file", why);
+    if (why.empty())
+        modes = std::make_unique<ModeCorrector>(
+            *settings_.modes, image.tiled ? image.BandRows() : 1, std::move(curves));
+    return why;
 }
 
 // A refusal of the reader is given in the reader's words; a file the system

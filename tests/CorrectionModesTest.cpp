@@ -1,6 +1,7 @@
 // The command line's correction modes against values each row works out for
 // itself, in both depths and byte orders, on one plain strip and on LZW tiles.
 #include <gtest/gtest.h>
+#include <lcms2.h>
 
 #include <cmath>
 #include <sstream>
@@ -37,11 +38,30 @@ const Pixels kSubject = [](std::uint32_t x, std::uint32_t y) {
                static_cast<std::uint16_t>(x * y * 3000 + 400)};
 };
 
+// An ICC profile of sRGB's primaries with gamma 2.2 curves, or sRGB's own.
+std::string Profile(const std::string& kind) {
+    if (kind.empty()) return "";
+    cmsToneCurve* gamma = cmsBuildGamma(nullptr, 2.2);
+    cmsToneCurve* curves[3] = {gamma, gamma, gamma};
+    const cmsCIExyY white = {0.3127, 0.3290, 1.0};
+    const cmsCIExyYTRIPLE primaries = {{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
+    cmsHPROFILE profile =
+        kind == "srgb" ? cmsCreate_sRGBProfile() : cmsCreateRGBProfile(&white, &primaries, curves);
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile, nullptr, &size);
+    std::string bytes(size, '\0');
+    cmsSaveProfileToMem(profile, bytes.data(), &size);
+    cmsCloseProfile(profile);
+    cmsFreeToneCurve(gamma);
+    return bytes;
+}
+
 struct Mode {
     const char* label;
-    std::vector<std::string> args;  // "shot" and "dark" stand for those files
-    std::string kinds;              // which of rgb, darken, shot and (dark) frame the row has
+    std::vector<std::string> args;  // "card", "shot" and "dark" stand for those files
+    std::string kinds;  // which of rgb, darken, shot, (dark) frame and today the row has
     double amount = 1.0, cap = INFINITY;
+    const char* profile = "";  // every file's ICC profile: "gamma" 2.2, "srgb" or none
     bool Has(const char* kind) const { return kinds.find(kind) != std::string::npos; }
 };
 
@@ -53,9 +73,11 @@ struct Road {
 
 class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> {
   protected:
-    std::string Make(const char* name, const Pixels& pixels, const char* tiffcp = nullptr) {
+    std::string Make(const char* name, const Pixels& pixels, const char* tiffcp = nullptr,
+                     std::string profile = "", std::uint32_t width = 6) {
         const auto [bits, little, ignored] = std::get<1>(GetParam());
-        testing_tiff::TiffSpec spec = testing_tiff::SpecOf(6, 4, bits, little);
+        testing_tiff::TiffSpec spec = testing_tiff::SpecOf(width, 4, bits, little);
+        spec.iccProfile = profile.empty() ? Profile(std::get<0>(GetParam()).profile) : profile;
         spec.pixel = [&, bits](std::uint32_t x, std::uint32_t y) {
             const Rgb p = pixels(x, y);
             const auto scale = [bits](std::uint16_t v) {
@@ -83,6 +105,27 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
                     v.push_back(bits == 8 ? s / 257 : s);
         return v;
     }
+    // The profile's tone curve, worked out from its formula, and its nearest
+    // inverse (ties to the lower sample); plain samples without a profile.
+    double Linear(double sample) const {
+        const double c = sample / Ceiling(), kind = std::string(std::get<0>(GetParam()).profile)[0];
+        if (kind == 'g') return std::pow(c, 2.2);
+        if (kind == 's') return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+        return sample;
+    }
+    std::uint16_t Sample(double value) {
+        if (std::get<0>(GetParam()).profile[0] == 0)
+            return static_cast<std::uint16_t>(std::min(value, Ceiling()));
+        for (int k = static_cast<int>(curve.size()); k <= Ceiling(); ++k)
+            curve.push_back(Linear(k));
+        value = std::min(value, 1.0);
+        std::size_t best = 0;
+        for (std::size_t k = 1; k < curve.size(); ++k)
+            if (std::abs(curve[k] - value) < std::abs(curve[best] - value)) best = k;
+        return static_cast<std::uint16_t>(best);
+    }
+    double Ceiling() const { return std::get<1>(GetParam()).bits == 8 ? 255.0 : 65535.0; }
+    std::vector<double> curve;
     TempFolder dir;
 };
 
@@ -93,7 +136,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     const std::string subject = Make("subject", kSubject, road.tiffcp);
     std::vector<std::string> args = {"--white", card, "--output", dir / "out"};
     for (const std::string& a : mode.args)
-        args.push_back(a == "shot" ? shot : a == "dark" ? dark : a);
+        args.push_back(a == "shot" ? shot : a == "dark" ? dark : a == "card" ? card : a);
     args.push_back(subject);
     fs::create_directories(dir / "out");
     std::ostringstream out, err;
@@ -106,6 +149,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     for (std::size_t i = 0; i < white.size(); ++i) {
         if (mode.Has("shot")) white[i] = (white[i] + shotValues[i]) / 2;
         if (mode.Has("frame")) white[i] = std::max(white[i] - darkValues[i], 0.0);
+        white[i] = Linear(white[i]);
         max[i % 3] = std::max(max[i % 3], white[i]);
         min[i % 3] = std::min(min[i % 3], white[i]);
     }
@@ -122,8 +166,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
             gain = std::min(gain, mode.cap);
             const double sample =
                 std::max(s[i + c] - (mode.Has("frame") ? darkValues[i + c] : 0.0), 0.0);
-            want.push_back(static_cast<std::uint16_t>(
-                std::min(gain * sample, road.bits == 8 ? 255.0 : 65535.0)));
+            want.push_back(Sample(gain * Linear(sample)));
         }
         capped += bit;
     }
@@ -140,6 +183,12 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
               0);
     const LibtiffImage got = ReadWithLibtiff(dir / "plain.tif");
     EXPECT_EQ(got.pixels, ImageOfSamples(6, 4, static_cast<std::uint16_t>(road.bits), want).pixels);
+    if (!mode.Has("today")) return;  // and the same bytes as without the options
+    fs::create_directories(dir / "today");
+    ASSERT_EQ(RunEqualize({"--white", card, "--output", dir / "today", subject}, out, err, nullptr),
+              0);
+    EXPECT_EQ(testing_tiff::ReadFile(dir / "today/subject_eq.tif"),
+              testing_tiff::ReadFile(dir / "out/subject_eq.tif"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -151,7 +200,11 @@ INSTANTIATE_TEST_SUITE_P(
             Mode{"GreenCapped", {"--max-gain", "1.25"}, "", 1.0, 1.25},
             Mode{"Darken", {"--darken", "--amount", "40"}, "darken", 0.4},
             Mode{"TwoShots", {"--white", "shot", "--channels", "rgb"}, "rgb shot"},
-            Mode{"Dark", {"--dark", "dark", "--amount", "70"}, "frame", 0.7}),
+            Mode{"Dark", {"--dark", "dark", "--amount", "70"}, "frame", 0.7},
+            Mode{"LinearGamma", {"--linear", "--channels", "rgb"}, "rgb", 1.0, INFINITY, "gamma"},
+            Mode{"LinearSrgb", {"--linear", "--amount", "60"}, "", 0.6, INFINITY, "srgb"},
+            Mode{"GreenAtDefaults", {"--channels", "green", "--smooth", "0"}, "today"},
+            Mode{"GreenThroughModes", {"--white", "card", "--max-gain", "99"}, "today"}),
         ::testing::Values(Road{8, true, nullptr}, Road{16, true, nullptr}, Road{16, false, nullptr},
                           Road{8, false, "-t -w 16 -l 16 -c lzw:2"},
                           Road{16, false, "-t -w 16 -l 16 -c lzw:2"},

@@ -48,13 +48,17 @@ bool CardStack::Row(std::uint32_t y, std::uint32_t x, std::uint32_t count, doubl
         const auto shots = static_cast<double>(cards_.size());
         for (std::size_t i = 0; i < values; ++i) rgb[i] /= shots;
     }
-    if (!dark_) return true;
-    const std::uint16_t* dark = dark_->Row(y);
-    if (!dark) return false;
-    for (std::size_t i = 0; i < values; ++i) {
-        const double less = rgb[i] - dark[from + i];
-        rgb[i] = less > 0.0 ? less : 0.0;
+    if (dark_) {
+        const std::uint16_t* dark = dark_->Row(y);
+        if (!dark) return false;
+        for (std::size_t i = 0; i < values; ++i) {
+            const double less = rgb[i] - dark[from + i];
+            rgb[i] = less > 0.0 ? less : 0.0;
+        }
     }
+    if (curves_)
+        for (std::size_t i = 0; i < values; ++i)
+            rgb[i] = curves_->Linear(static_cast<int>(i % 3), rgb[i]);
     return true;
 }
 

@@ -7,20 +7,26 @@
 
 #include "CardGreen.h"
 #include "CorrectionModes.h"
+#include "ToneCurves.h"
 
 // The card the gains are taken from, row by row: every shot of the card
-// averaged pixel by pixel in double precision, less the dark frame held at 0.
+// averaged pixel by pixel in double precision, less the dark frame held at 0,
+// then taken to linear light through the first card's tone curves if given.
 // All files are read in lockstep through libtiff, a band of rows of each at a
 // time, so none is held whole.
 class CardStack {
   public:
     explicit CardStack(const CorrectionModes& modes);
+    // Rows come in linear light through these curves from now on.
+    void InLinearLight(const ToneCurves* curves) { curves_ = curves; }
 
     // Why the files can't serve together; empty when they can.
     const std::string& Problem() const { return problem_; }
     std::uint32_t Width() const { return width_; }
     std::uint32_t Height() const { return height_; }
     int Bits() const { return bits_; }
+    // The first card, as libtiff read its fields.
+    const LibtiffFile& FirstCard() const { return cards_.front()->Image(); }
 
     // Pixels x to x + count of row y, red, green and blue of each; false when
     // a band can't be decoded.
@@ -37,6 +43,7 @@ class CardStack {
 
     std::vector<std::unique_ptr<CardGreen>> cards_;
     std::unique_ptr<CardGreen> dark_;
+    const ToneCurves* curves_ = nullptr;
     std::uint32_t width_ = 0, height_ = 0;
     int bits_ = 0;
     std::string problem_;

@@ -5,12 +5,16 @@
 
 #include "SpanCorrection.h"
 
-ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows)
+ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
+                             std::optional<ToneCurves> curves)
     : run_(run),
       stack_(run.Modes()),
+      curves_(std::move(curves)),
       bandRows_(std::max(bandRows, 1u)),
       band_(std::size_t{stack_.Width()} * 3 * bandRows_),
-      gains_(std::size_t{stack_.Width()} * run.Rule().GainsPerPixel()) {}
+      gains_(std::size_t{stack_.Width()} * run.Rule().GainsPerPixel()) {
+    stack_.InLinearLight(run.CardCurves());
+}
 
 const double* ModeCorrector::Card(std::uint32_t y) {
     if (y >= stack_.Height()) return nullptr;
@@ -19,8 +23,14 @@ const double* ModeCorrector::Card(std::uint32_t y) {
         bandStart_ = y / bandRows_ * bandRows_;
         const std::uint32_t end = std::min(bandStart_ + bandRows_, stack_.Height());
         loaded_ = true;
-        for (std::uint32_t r = bandStart_; r < end && loaded_; ++r)
-            loaded_ = stack_.Row(r, 0, stack_.Width(), &band_[(r - bandStart_) * rowValues]);
+        const CardSmoother* smoothed = run_.Smoothed();
+        for (std::uint32_t r = bandStart_; r < end && loaded_; ++r) {
+            double* row = &band_[(r - bandStart_) * rowValues];
+            if (smoothed)
+                smoothed->Row(r, row);
+            else
+                loaded_ = stack_.Row(r, 0, stack_.Width(), row);
+        }
         if (!loaded_) return nullptr;
     }
     return &band_[(y - bandStart_) * rowValues];
@@ -35,7 +45,7 @@ bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpa
     // A planar subject's pixel is met once a plane; it counts once.
     if (span.firstColour == 0) capped_ += capped;
     CorrectSpan(span, {gains_.data(), rule.GainsPerPixel(),
-                       dark ? dark + std::size_t{x} * 3 : nullptr, nullptr});
+                       dark ? dark + std::size_t{x} * 3 : nullptr, curves_ ? &*curves_ : nullptr});
     return true;
 }
 

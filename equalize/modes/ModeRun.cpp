@@ -36,12 +36,20 @@ std::unique_ptr<ModeRun> ModeRun::Prepare(const CorrectionModes& modes, double a
     return run;
 }
 
+// The card is read through once: its extremes are taken as it goes, or it is
+// smoothed on the way and the extremes are the smoothed card's.
 bool ModeRun::Scan(std::string& why) {
     CardStack stack(modes_);
     if (!stack.Problem().empty()) {
         why = stack.Problem();
         return false;
     }
+    if (modes_.linear && !Linearise(stack.FirstCard(), why)) return false;
+    stack.InLinearLight(CardCurves());
+    if (modes_.smoothRadius > 0)
+        smoother_ =
+            std::make_unique<CardSmoother>(stack.Width(), stack.Height(), modes_.smoothRadius);
+    extremes_ = {};
     for (double& min : extremes_.min) min = std::numeric_limits<double>::infinity();
     std::vector<double> row(std::size_t{stack.Width()} * 3);
     for (std::uint32_t y = 0; y < stack.Height(); ++y) {
@@ -49,7 +57,33 @@ bool ModeRun::Scan(std::string& why) {
             why = "the white card's pixels can't be decoded: " + stack.DecodeError();
             return false;
         }
-        Take(row.data(), stack.Width(), y, extremes_);
+        if (smoother_)
+            smoother_->AddRow(row.data());
+        else
+            Take(row.data(), stack.Width(), y, extremes_);
     }
+    if (smoother_) extremes_ = smoother_->Extremes();
     return true;
+}
+
+bool ModeRun::Linearise(const LibtiffFile& card, std::string& why) {
+    cardCurves_ = CurvesOf(card, "the white card", why);
+    return cardCurves_.has_value();
+}
+
+// "has no ICC profile" gives "--linear: the white card has no ICC profile",
+// "its ICC profile can't be read" "--linear: the white card's ICC profile ...".
+std::optional<ToneCurves> ModeRun::CurvesOf(const LibtiffFile& file, const std::string& whose,
+                                            std::string& why) {
+    std::uint32_t length = 0;
+    const std::uint8_t* data = nullptr;
+    std::vector<std::uint8_t> icc;
+    if (TIFFGetField(file.Handle(), TIFFTAG_ICCPROFILE, &length, &data) && data)
+        icc.assign(data, data + length);
+    std::string reason;
+    auto curves = ToneCurves::FromProfile(icc, file.bits, reason);
+    if (!curves)
+        why = "--linear: " + whose +
+              (reason.starts_with("its ") ? "'s " + reason.substr(4) : " " + reason);
+    return curves;
 }

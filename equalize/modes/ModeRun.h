@@ -4,17 +4,17 @@
 #include <memory>
 #include <string>
 
+#include <optional>
+
+#include "CardSmoother.h"
 #include "CorrectionModes.h"
 #include "GainRule.h"
+#include "LibtiffFile.h"
+#include "ToneCurves.h"
 
 // The brightest and darkest value of each channel of the card (red, green,
 // blue), and the place of the first brightest in scan order.
-struct CardExtremes {
-    double max[3] = {0.0, 0.0, 0.0};
-    double min[3] = {0.0, 0.0, 0.0};
-    std::uint32_t maxX[3] = {0, 0, 0};
-    std::uint32_t maxY[3] = {0, 0, 0};
-};
+using CardExtremes = CardSmoother::ChannelExtremes;
 
 // What every subject of a run shares when some mode is on: the modes, the
 // card's extremes and the gain rule with its targets. Made once by reading the
@@ -28,12 +28,24 @@ class ModeRun {
     const CorrectionModes& Modes() const { return modes_; }
     const CardExtremes& Extremes() const { return extremes_; }
     const GainRule& Rule() const { return rule_; }
+    // The first card's tone curves with --linear, else nil.
+    const ToneCurves* CardCurves() const { return cardCurves_ ? &*cardCurves_ : nullptr; }
+    // The smoothed card with --smooth, else nil.
+    const CardSmoother* Smoothed() const { return smoother_.get(); }
+
+    // A file's tone curves for --linear; nullopt with the reason, naming the
+    // file as `whose` ("the white card"), in why.
+    static std::optional<ToneCurves> CurvesOf(const LibtiffFile& file, const std::string& whose,
+                                              std::string& why);
 
   private:
     explicit ModeRun(const CorrectionModes& modes) : modes_(modes) {}
     bool Scan(std::string& why);
+    bool Linearise(const LibtiffFile& card, std::string& why);
 
     CorrectionModes modes_;
     CardExtremes extremes_;
     GainRule rule_;
+    std::optional<ToneCurves> cardCurves_;
+    std::unique_ptr<CardSmoother> smoother_;
 };

@@ -2,8 +2,16 @@
 
 #include "Correction.h"
 #include "PixelLayout.h"
+#include "ToneCurves.h"
 
 namespace {
+// In linear light the ceiling is 1; an infinite gain on black stays black.
+std::uint16_t LinearSample(const ToneCurves& curves, int colour, double gain, double sample) {
+    const double product = gain * curves.Linear(colour, static_cast<std::uint16_t>(sample));
+    const double held = product > 1.0 ? 1.0 : product;
+    return curves.Sample(colour, held >= 0.0 ? held : 0.0);
+}
+
 template <class Sample, bool Swap>
 void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
     constexpr std::size_t w = sizeof(Sample);
@@ -20,7 +28,10 @@ void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
                 sample -= with.dark[p * 3 + c];
                 if (sample < 0.0) sample = 0.0;
             }
-            StoreSample<Sample, Swap>(pixel + k * w, CorrectedSample(gain, sample, ceiling));
+            StoreSample<Sample, Swap>(
+                pixel + k * w, with.curves
+                                   ? LinearSample(*with.curves, static_cast<int>(c), gain, sample)
+                                   : CorrectedSample(gain, sample, ceiling));
         }
     }
 }
