@@ -154,6 +154,19 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
         max[i % 3] = std::max(max[i % 3], white[i]);
         min[i % 3] = std::min(min[i % 3], white[i]);
     }
+    if (std::string(mode.label) ==
+        "Rgb") {  // analyze gives the same extremes, after its four lines
+        std::string lines;
+        for (int c = 0; c < 3; ++c)
+            lines += std::string(c == 0   ? "Red"
+                                 : c == 1 ? "Green"
+                                          : "Blue") +
+                     ": maximum " + std::to_string(int(max[c])) + ", minimum " +
+                     std::to_string(int(min[c])) + ", brightest at x: 0  y: 0\n";
+        const CliRun analyzed = Analyze({card, "--channels", "rgb"});
+        EXPECT_EQ(analyzed.out.substr(analyzed.out.find("Location:")),
+                  "Location:   x: 0  y: 0\n" + lines);
+    }
     const std::vector<double> s = Values(kSubject);
     std::vector<std::uint16_t> want;
     std::size_t capped = 0;
@@ -263,4 +276,55 @@ TEST(CorrectionModesSmooth, DustAndGrainDontPrint) {
         EXPECT_EQ(worst < 0.02, radius[0] == '8') << radius << ": " << worst;
         EXPECT_EQ(green[16 * 120 + 31] > 1.3 * median, radius[0] == '0');  // a speck's middle
     }
+}
+
+// Options out of range, cards that don't go together and subjects the modes
+// can't take: a usage error or a failed line with the reason, nothing written.
+TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
+    TempFolder dir;
+    const auto make = [&](const char* name, std::uint32_t width, int bits, std::string icc = "") {
+        testing_tiff::TiffSpec spec = testing_tiff::SpecOf(width, 4, bits, true);
+        spec.iccProfile = std::move(icc);
+        testing_tiff::WriteTiff(dir / name, spec);
+        return (dir / name).string();
+    };
+    const std::string card = make("card.tif", 6, 16), small = make("small.tif", 5, 16),
+                      eight = make("eight.tif", 6, 8), subject = make("subject.tif", 6, 16),
+                      profiled = make("profiled.tif", 6, 16, Profile("srgb")),
+                      broken = make("broken.tif", 6, 16,
+                                    std::string("\0\0\0\x0c"
+                                                "acspICC!",
+                                                12));
+    const struct {
+        std::vector<std::string> args;
+        int code;
+        std::string words;
+    } kRows[] = {
+        {{card, "--white", small, subject},
+         2,
+         "white card " + small + " is 5x4 16-bit, not 6x4 16-bit"},
+        {{card, "--dark", small, subject}, 2, "the dark frame " + small + " is 5x4 16-bit"},
+        {{card, "--max-gain", "0.5", subject}, 2, "--max-gain: needs a number, 1 or more: 0.5"},
+        {{card, "--max-gain", "1e400", subject}, 2, "--max-gain: needs a number"},
+        {{card, "--smooth", "2x", subject}, 2, "--smooth: needs a whole number of pixels"},
+        {{card, "--channels", "blue", subject}, 2, "--channels: needs green or rgb: blue"},
+        {{card, "--linear", subject}, 2, "--linear: the white card has no ICC profile"},
+        {{broken, "--linear", subject}, 2, "--linear: the white card's ICC profile can't be read"},
+        {{profiled, "--linear", subject},
+         1,
+         "subject.tif: failed: --linear: the file has no ICC profile"},
+        {{card, "--darken", eight}, 1, "different bits per sample. White: 16  Image: 8"},
+        {{card, "--darken", small}, 1, "different pixel dimensions. White: 6x4  Image: 5x4"},
+    };
+    for (const auto& row : kRows) {
+        fs::create_directories(dir / "out");
+        std::vector<std::string> args = {"--output", dir / "out", "--white"};
+        args.insert(args.end(), row.args.begin(), row.args.end());
+        std::ostringstream out, err;
+        EXPECT_EQ(RunEqualize(args, out, err, nullptr), row.code) << row.words;
+        EXPECT_NE((out.str() + err.str()).find(row.words), std::string::npos)
+            << out.str() << err.str();
+        EXPECT_TRUE(fs::is_empty(dir / "out")) << row.words;
+    }
+    EXPECT_EQ(Analyze({card, "--channels", "blue"}).code, 2);
 }
