@@ -49,10 +49,16 @@ void CardGreen::Take(const std::uint8_t* chunk, const LibtiffFile::Place& place,
     const std::size_t first = planar || colours_ == 3 ? 0 : 1;
     const std::size_t taken = planar ? 1 : colours_;
     const bool eightBit = image_.bits == 8;
+    // Whole rows of three 16-bit colours a pixel are already the band's rows.
+    const bool asIs = !eightBit && taken == 3 && step == 3;
     for (std::uint32_t r = 0; r < place.rows; ++r) {
         const std::uint8_t* row = chunk + r * place.rowBytes;
         std::uint16_t* out =
             band_.data() + (std::size_t{r} * image_.width + place.x) * colours_ + colour;
+        if (asIs) {
+            std::memcpy(out, row, std::size_t{place.width} * 6);
+            continue;
+        }
         for (std::uint32_t p = 0; p < place.width; ++p)
             for (std::size_t k = 0; k < taken; ++k) {
                 const std::size_t i = p * step + first + k;

@@ -15,7 +15,4 @@ struct GainRule {
     // The gains of `pixels` pixels from the card's values (red, green, blue of
     // each), GainsPerPixel() a pixel; gives how many pixels had a gain capped.
     std::size_t Gains(const double* card, std::size_t pixels, double* gains) const;
-
-  private:
-    double One(double target, double card, bool& capped) const;
 };
