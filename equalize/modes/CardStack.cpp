@@ -62,6 +62,17 @@ bool CardStack::Row(std::uint32_t y, std::uint32_t x, std::uint32_t count, doubl
     return true;
 }
 
+const std::uint16_t* CardStack::Samples(std::uint32_t y) {
+    const std::uint16_t* card = cards_.front()->Row(y);
+    const std::uint16_t* dark = DarkRow(y);
+    if (!card || !dark_) return card;
+    if (!dark) return nullptr;
+    samples_.resize(std::size_t{width_} * 3);
+    for (std::size_t i = 0; i < samples_.size(); ++i)
+        samples_[i] = static_cast<std::uint16_t>(card[i] > dark[i] ? card[i] - dark[i] : 0);
+    return samples_.data();
+}
+
 const std::uint16_t* CardStack::DarkRow(std::uint32_t y) {
     return dark_ ? dark_->Row(y) : nullptr;
 }

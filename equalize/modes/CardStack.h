@@ -31,6 +31,10 @@ class CardStack {
     // Pixels x to x + count of row y, red, green and blue of each; false when
     // a band can't be decoded.
     bool Row(std::uint32_t y, std::uint32_t x, std::uint32_t count, double* rgb);
+    // With one card: its samples of row y less the dark frame's, held at 0, in
+    // the host's order, 3 a pixel, before any tone curve; nil when a band
+    // can't be decoded.
+    const std::uint16_t* Samples(std::uint32_t y);
     // The dark frame's samples of row y (3 a pixel, in the host's order); nil
     // without a dark frame or when its band can't be decoded.
     const std::uint16_t* DarkRow(std::uint32_t y);
@@ -44,6 +48,7 @@ class CardStack {
     std::vector<std::unique_ptr<CardGreen>> cards_;
     std::unique_ptr<CardGreen> dark_;
     const ToneCurves* curves_ = nullptr;
+    std::vector<std::uint16_t> samples_;
     std::uint32_t width_ = 0, height_ = 0;
     int bits_ = 0;
     std::string problem_;

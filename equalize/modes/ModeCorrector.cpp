@@ -37,16 +37,31 @@ const double* ModeCorrector::Card(std::uint32_t y) {
 }
 
 bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span) {
-    const double* card = Card(y);
     const std::uint16_t* dark = stack_.DarkRow(y);
-    if (!card || (stack_.HasDark() && !dark) || x + span.pixels > stack_.Width()) return false;
+    if ((stack_.HasDark() && !dark) || x + span.pixels > stack_.Width()) return false;
     const GainRule& rule = run_.Rule();
-    const std::size_t capped = rule.Gains(card + std::size_t{x} * 3, span.pixels, gains_.data());
+    std::size_t capped = 0;
+    if (!Gains(y, x, span.pixels, capped)) return false;
     // A planar subject's pixel is met once a plane; it counts once.
     if (span.firstColour == 0) capped_ += capped;
     CorrectSpan(span, {gains_.data(), rule.GainsPerPixel(),
                        dark ? dark + std::size_t{x} * 3 : nullptr, curves_ ? &*curves_ : nullptr});
     return true;
+}
+
+// Rows in order read the card's samples through the run's table; tiles, and
+// cards averaged or smoothed, take the rule on the card's values.
+bool ModeCorrector::Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels,
+                          std::size_t& capped) {
+    const GainTable* table = bandRows_ == 1 ? run_.Table() : nullptr;
+    if (table) {
+        const std::uint16_t* card = stack_.Samples(y);
+        if (card) capped = table->Gains(card + std::size_t{x} * 3, pixels, gains_.data());
+        return card != nullptr;
+    }
+    const double* card = Card(y);
+    if (card) capped = run_.Rule().Gains(card + std::size_t{x} * 3, pixels, gains_.data());
+    return card != nullptr;
 }
 
 void ModeCorrector::Correct(std::uint32_t y, const PixelLayout& subject,

@@ -30,6 +30,8 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   private:
     // The card's values of row y, all of its width; nil when they can't be read.
     const double* Card(std::uint32_t y);
+    // The gains of pixels x to x + pixels of row y, and how many were capped.
+    bool Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels, std::size_t& capped);
     // Corrects one row's run of pixels from x on; false when the card fails.
     bool CorrectRun(std::uint32_t y, std::uint32_t x, const struct SampleSpan& span);
 

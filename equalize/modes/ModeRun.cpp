@@ -10,7 +10,9 @@ namespace {
 // The window's scan rule for each channel: a strictly greater value moves the
 // place, so the first brightest in scan order holds it. A row's extremes are
 // found first, with no branch, and the place only when the row has a new one.
-void Take(const double* rgb, std::uint32_t width, std::uint32_t y, CardExtremes& e) {
+// A card of one shot without curves is scanned in its own samples.
+template <class Value>
+void Take(const Value* rgb, std::uint32_t width, std::uint32_t y, CardExtremes& e) {
     for (std::size_t c = 0; c < 3; ++c) {
         double high = e.max[c], low = e.min[c];
         for (std::size_t x = 0; x < width; ++x) {
@@ -39,6 +41,8 @@ std::unique_ptr<ModeRun> ModeRun::Prepare(const CorrectionModes& modes, double a
     rule.rgb = modes.channels == GainChannels::Rgb;
     rule.darken = modes.darken;
     if (modes.maxGain) rule.cap = *modes.maxGain;
+    if (modes.cards.size() == 1 && modes.smoothRadius == 0)
+        run->table_.emplace(rule, run->bits_, run->CardCurves());
     return run;
 }
 
@@ -57,9 +61,15 @@ bool ModeRun::Scan(std::string& why) {
             std::make_unique<CardSmoother>(stack.Width(), stack.Height(), modes_.smoothRadius);
     extremes_ = {};
     for (double& min : extremes_.min) min = std::numeric_limits<double>::infinity();
+    const bool samples = modes_.cards.size() == 1 && !smoother_ && !modes_.linear;
     std::vector<double> row(std::size_t{stack.Width()} * 3);
     for (std::uint32_t y = 0; y < stack.Height(); ++y) {
-        if (!stack.Row(y, 0, stack.Width(), row.data())) {
+        const std::uint16_t* shot = samples ? stack.Samples(y) : nullptr;
+        if (shot) {
+            Take(shot, stack.Width(), y, extremes_);
+            continue;
+        }
+        if (samples || !stack.Row(y, 0, stack.Width(), row.data())) {
             why = "the white card's pixels can't be decoded: " + stack.DecodeError();
             return false;
         }
@@ -69,6 +79,7 @@ bool ModeRun::Scan(std::string& why) {
             Take(row.data(), stack.Width(), y, extremes_);
     }
     if (smoother_) extremes_ = smoother_->Extremes();
+    bits_ = stack.Bits();
     return true;
 }
 

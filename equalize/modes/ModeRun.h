@@ -9,6 +9,7 @@
 #include "CardSmoother.h"
 #include "CorrectionModes.h"
 #include "GainRule.h"
+#include "GainTable.h"
 #include "LibtiffFile.h"
 #include "ToneCurves.h"
 
@@ -30,6 +31,9 @@ class ModeRun {
     const GainRule& Rule() const { return rule_; }
     // The first card's tone curves with --linear, else nil.
     const ToneCurves* CardCurves() const { return cardCurves_ ? &*cardCurves_ : nullptr; }
+    // The gains of each card sample when the card is one shot taken as it is
+    // (not smoothed), else nil.
+    const GainTable* Table() const { return table_ ? &*table_ : nullptr; }
     // The smoothed card with --smooth, else nil.
     const CardSmoother* Smoothed() const { return smoother_.get(); }
 
@@ -48,4 +52,6 @@ class ModeRun {
     GainRule rule_;
     std::optional<ToneCurves> cardCurves_;
     std::unique_ptr<CardSmoother> smoother_;
+    std::optional<GainTable> table_;
+    int bits_ = 16;
 };
