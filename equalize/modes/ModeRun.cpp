@@ -1,5 +1,6 @@
 #include "ModeRun.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
@@ -10,21 +11,23 @@ namespace {
 // The window's scan rule for each channel: a strictly greater value moves the
 // place, so the first brightest in scan order holds it. A row's extremes are
 // found first, with no branch, and the place only when the row has a new one.
-// A card of one shot without curves is scanned in its own samples.
+// A card of one shot without curves is scanned in its own samples, which
+// the compiler compares many at a time.
 template <class Value>
 void Take(const Value* rgb, std::uint32_t width, std::uint32_t y, CardExtremes& e) {
-    for (std::size_t c = 0; c < 3; ++c) {
-        double high = e.max[c], low = e.min[c];
-        for (std::size_t x = 0; x < width; ++x) {
-            const double v = rgb[x * 3 + c];
-            high = v > high ? v : high;
-            low = v < low ? v : low;
+    Value high[3] = {rgb[0], rgb[1], rgb[2]}, low[3] = {rgb[0], rgb[1], rgb[2]};
+    for (std::size_t x = 0; x < width; ++x)
+        for (std::size_t c = 0; c < 3; ++c) {
+            const Value v = rgb[x * 3 + c];
+            high[c] = v > high[c] ? v : high[c];
+            low[c] = v < low[c] ? v : low[c];
         }
-        e.min[c] = low;
-        if (!(high > e.max[c])) continue;
+    for (std::size_t c = 0; c < 3; ++c) {
+        e.min[c] = std::min<double>(e.min[c], low[c]);
+        if (!(high[c] > e.max[c])) continue;
         std::uint32_t x = 0;
-        while (rgb[std::size_t{x} * 3 + c] != high) ++x;
-        e.max[c] = high;
+        while (rgb[std::size_t{x} * 3 + c] != high[c]) ++x;
+        e.max[c] = high[c];
         e.maxX[c] = x;
         e.maxY[c] = y;
     }
