@@ -15,13 +15,26 @@ namespace {
 // the compiler compares many at a time.
 template <class Value>
 void Take(const Value* rgb, std::uint32_t width, std::uint32_t y, CardExtremes& e) {
-    Value high[3] = {rgb[0], rgb[1], rgb[2]}, low[3] = {rgb[0], rgb[1], rgb[2]};
-    for (std::size_t x = 0; x < width; ++x)
-        for (std::size_t c = 0; c < 3; ++c) {
-            const Value v = rgb[x * 3 + c];
-            high[c] = v > high[c] ? v : high[c];
-            low[c] = v < low[c] ? v : low[c];
+    // Lanes of 48 values (16 pixels) keep whole pixels in step, so lane j
+    // holds channel j % 3; the lanes are folded into the three at the end.
+    constexpr std::size_t kLanes = 48;
+    Value high[kLanes], low[kLanes];
+    for (std::size_t j = 0; j < kLanes; ++j) high[j] = low[j] = rgb[j % 3];
+    const std::size_t values = std::size_t{width} * 3;
+    std::size_t i = 0;
+    for (; i + kLanes <= values; i += kLanes)
+        for (std::size_t j = 0; j < kLanes; ++j) {
+            high[j] = rgb[i + j] > high[j] ? rgb[i + j] : high[j];
+            low[j] = rgb[i + j] < low[j] ? rgb[i + j] : low[j];
         }
+    for (std::size_t j = 0; i + j < values; ++j) {
+        high[j] = rgb[i + j] > high[j] ? rgb[i + j] : high[j];
+        low[j] = rgb[i + j] < low[j] ? rgb[i + j] : low[j];
+    }
+    for (std::size_t j = 3; j < kLanes; ++j) {
+        high[j % 3] = high[j] > high[j % 3] ? high[j] : high[j % 3];
+        low[j % 3] = low[j] < low[j % 3] ? low[j] : low[j % 3];
+    }
     for (std::size_t c = 0; c < 3; ++c) {
         e.min[c] = std::min<double>(e.min[c], low[c]);
         if (!(high[c] > e.max[c])) continue;
