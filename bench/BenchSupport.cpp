@@ -81,30 +81,38 @@ void Put(std::ofstream& out, std::uint32_t value, int bytes) {
     for (int k = 0; k < bytes; ++k) out.put(static_cast<char>((value >> (8 * k)) & 255u));
 }
 
-// sample(x, y, c) in 0..1.
+// sample(x, y, c) in 0..1; the ICC profile, if any, between the tags and the pixels.
 template <class Sample>
-void WriteTiff(const fs::path& path, int bits, Sample sample) {
+void WriteTiff(const fs::path& path, int bits, const std::vector<std::uint8_t>& icc,
+               Sample sample) {
     std::ofstream out(path, std::ios::binary);
     const std::uint32_t bytesPerSample = bits / 8, rowBytes = kWidth * 3 * bytesPerSample;
-    const std::uint32_t entries = 10, ifd = 8, bitsAt = ifd + 2 + entries * 12 + 4;
-    const std::uint32_t pixelsAt = bitsAt + 6;
+    const std::uint32_t entries = icc.empty() ? 10 : 11, ifd = 8;
+    const std::uint32_t bitsAt = ifd + 2 + entries * 12 + 4, iccAt = bitsAt + 6;
+    const auto iccBytes = static_cast<std::uint32_t>(icc.size() + icc.size() % 2);
+    const std::uint32_t pixelsAt = iccAt + iccBytes;
     out.write("II", 2);
     Put(out, 42, 2);
     Put(out, ifd, 4);
     Put(out, entries, 2);
-    const std::uint32_t tags[][3] = {
-        {256, 4, kWidth}, {257, 4, kHeight}, {258, 3, bitsAt},
-        {259, 3, 1},      {262, 3, 2},       {273, 4, pixelsAt},
-        {277, 3, 3},      {278, 4, kHeight}, {279, 4, rowBytes * kHeight},
-        {284, 3, 1}};
-    for (const auto& t : tags) {
-        Put(out, t[0], 2);
-        Put(out, t[1], 2);
-        Put(out, t[0] == 258 ? 3 : 1, 4);
-        Put(out, t[2], 4);
+    const std::uint32_t tags[][4] = {{256, 4, 1, kWidth},
+                                     {257, 4, 1, kHeight},
+                                     {258, 3, 3, bitsAt},
+                                     {259, 3, 1, 1},
+                                     {262, 3, 1, 2},
+                                     {273, 4, 1, pixelsAt},
+                                     {277, 3, 1, 3},
+                                     {278, 4, 1, kHeight},
+                                     {279, 4, 1, rowBytes * kHeight},
+                                     {284, 3, 1, 1},
+                                     {34675, 7, static_cast<std::uint32_t>(icc.size()), iccAt}};
+    for (std::uint32_t k = 0; k < entries; ++k) {
+        for (int field = 0; field < 4; ++field) Put(out, tags[k][field], field < 2 ? 2 : 4);
     }
     Put(out, 0, 4);
     for (int k = 0; k < 3; ++k) Put(out, static_cast<std::uint32_t>(bits), 2);
+    out.write(reinterpret_cast<const char*>(icc.data()), static_cast<std::streamsize>(icc.size()));
+    if (icc.size() % 2) out.put(0);
     const PixelLayout layout = PixelLayout::For(3 * bytesPerSample, true, rowBytes);
     std::vector<std::uint8_t> row(rowBytes);
     for (std::uint32_t y = 0; y < kHeight; ++y) {
@@ -122,12 +130,12 @@ double Falloff(std::uint32_t x, std::uint32_t y) {
 }
 }  // namespace
 
-void WriteWhiteCard(const fs::path& path, int bits) {
-    WriteTiff(path, bits, [](std::uint32_t x, std::uint32_t y, int) { return Falloff(x, y); });
+void WriteWhiteCard(const fs::path& path, int bits, const std::vector<std::uint8_t>& icc) {
+    WriteTiff(path, bits, icc, [](std::uint32_t x, std::uint32_t y, int) { return Falloff(x, y); });
 }
 
-void WriteSubject(const fs::path& path, int bits) {
-    WriteTiff(path, bits, [](std::uint32_t x, std::uint32_t y, int c) {
+void WriteSubject(const fs::path& path, int bits, const std::vector<std::uint8_t>& icc) {
+    WriteTiff(path, bits, icc, [](std::uint32_t x, std::uint32_t y, int c) {
         return Falloff(x, y) * (0.3 + 0.2 * c + 0.1 * std::sin(x * 0.01 + y * 0.02));
     });
 }
@@ -147,7 +155,7 @@ void Empty(const fs::path& folder) {
     ::sync();
 }
 
-int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
+int RunAtDepths(int argc, char** argv, const DepthBench& bench, const std::vector<int>& depths) {
     const std::string cli = fs::absolute(argc > 1 ? argv[1] : "build/cli/brisavane-cli").string();
     const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
     if (!fs::exists(cli)) {
@@ -160,8 +168,7 @@ int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
         return 2;
     }
     const fs::path dir = pattern;
-    bench(cli, dir, 16, runs);
-    bench(cli, dir, 8, runs);
+    for (const int bits : depths) bench(cli, dir, bits, runs);
     fs::remove_all(dir);
     return 0;
 }

@@ -47,9 +47,12 @@ void Print(const char* what, const Run& run);
 double Median(std::vector<double> seconds);
 
 // A little-endian RGB TIFF of kWidth x kHeight in one strip lit like a white
-// card with falloff toward the corners, and a subject shot under the same light.
-void WriteWhiteCard(const std::filesystem::path& path, int bits);
-void WriteSubject(const std::filesystem::path& path, int bits);
+// card with falloff toward the corners, and a subject shot under the same light;
+// with the ICC profile given, if any.
+void WriteWhiteCard(const std::filesystem::path& path, int bits,
+                    const std::vector<std::uint8_t>& icc = {});
+void WriteSubject(const std::filesystem::path& path, int bits,
+                  const std::vector<std::uint8_t>& icc = {});
 
 // Reads the files through once, so that they are in the page cache: a machine
 // that hands idle pages back would otherwise make a run read from the disk.
@@ -65,9 +68,12 @@ using DepthBench = std::function<void(const std::string& cli, const std::filesys
                                       int bits, int runs)>;
 
 // Takes [brisavane-cli] [runs] [folder] from the command line and runs the
-// benchmark in 16-bit and 8-bit in a temporary folder made in folder (/tmp if
+// benchmark at each depth given in a temporary folder made in folder (/tmp if
 // not given; a tmpfs such as /dev/shm gives the steadiest figures), removed at
 // the end; the exit status.
-int RunInBothDepths(int argc, char** argv, const DepthBench& bench);
+int RunAtDepths(int argc, char** argv, const DepthBench& bench, const std::vector<int>& depths);
+inline int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
+    return RunAtDepths(argc, argv, bench, {16, 8});
+}
 
 }  // namespace bench

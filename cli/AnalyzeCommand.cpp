@@ -4,6 +4,7 @@
 #include "CardReportCommand.h"
 #include "CommandParser.h"
 #include "ExitCodes.h"
+#include "ModeRun.h"
 #include "NumberText.h"
 #include "PngFile.h"
 #include "ToneMap.h"
@@ -16,6 +17,7 @@ struct AnalyzeOptions {
     std::string preview;
     std::string toneMap;
     CardReportRequest report;  // no folder: no report
+    bool rgb = false;          // --channels rgb: a line for each channel too
 
     void Declare(CLI::App& app) {
         app.add_option("WHITE", white, "The white card: a TIFF of an evenly lit white card.")
@@ -43,8 +45,36 @@ struct AnalyzeOptions {
                        "equalized by itself (default 100).")
             ->type_name("PERCENT")
             ->needs(folder);
+        app.add_option_function<std::string>(
+               "--channels",
+               [this](const std::string& text) {
+                   if (text != "green" && text != "rgb")
+                       throw CLI::ValidationError("--channels", "needs green or rgb: " + text);
+                   rgb = text == "rgb";
+               },
+               "rgb also prints each channel's brightest and darkest sample and where the "
+               "brightest lies, a line each.")
+            ->type_name("green|rgb");
     }
 };
+
+// "Red: maximum 250, minimum 100, brightest at x: 3  y: 0", a line a channel.
+bool WriteChannels(const std::string& card, std::ostream& out, std::ostream& err) {
+    CorrectionModes modes;
+    modes.cards = {card};
+    std::string why;
+    const auto run = ModeRun::Prepare(modes, 1.0, why);
+    if (!run) {
+        err << "brisavane-cli analyze: " << why << "\n";
+        return false;
+    }
+    const CardExtremes& e = run->Extremes();
+    const char* names[] = {"Red", "Green", "Blue"};
+    for (std::size_t c = 0; c < 3; ++c)
+        out << names[c] << ": maximum " << CStr(e.max[c]) << ", minimum " << CStr(e.min[c])
+            << ", brightest at x: " << e.maxX[c] << "  y: " << e.maxY[c] << "\n";
+    return true;
+}
 
 bool WritePicture(const Picture& picture, const std::string& path, std::ostream& err) {
     if (WritePng(picture, path)) return true;
@@ -94,6 +124,7 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
         << "Maximum: " << MaxValText(*white) << "\n"
         << "Minimum: " << CStr(white->MinLuminance) << "\n"
         << "Location: " << MaxLocText(*white) << "\n";
+    if (options.rgb && !WriteChannels(options.white, out, err)) return kExitUnusable;
     const bool pictures = WritePictures(*white, options, err);
     if (!options.report.folder.empty())
         if (const int code = WriteCardReport(*white, options.report, err)) return code;

@@ -16,6 +16,7 @@
 #include "EqualizeOptions.h"
 #include "ExitCodes.h"
 #include "JsonResults.h"
+#include "ModeRun.h"
 #include "OutputFileName.h"
 #include "ResultLines.h"
 #include "SubjectFiles.h"
@@ -175,14 +176,22 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
     }
     std::string error;
     bool throughLibtiff = false;
-    const auto white = LoadAnyWhiteCard(options.white, error, throughLibtiff);
-    if (!white) {
-        io.err << error << "\n";
+    const std::string& card = options.modes.cards.front();
+    const auto white = LoadAnyWhiteCard(card, error, throughLibtiff);
+    std::unique_ptr<ModeRun> modes;
+    if (white && !options.modes.Off())
+        modes = ModeRun::Prepare(options.modes, options.amountToApply, error);
+    if (!white || (!options.modes.Off() && !modes)) {
+        io.err << (white ? "brisavane-cli equalize: " : "") << error << "\n";
         return kExitUnusable;
     }
     const JobSettings settings{
-        *white, TargetLevel(white->MaxLuminance, white->MinLuminance, options.amountToApply),
-        *folder, options.overwrite, throughLibtiff ? options.white : std::string()};
+        *white,
+        TargetLevel(white->MaxLuminance, white->MinLuminance, options.amountToApply),
+        *folder,
+        options.overwrite,
+        throughLibtiff ? card : std::string(),
+        modes.get()};
     const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
     if (subjects.empty()) {
         io.err << "brisavane-cli equalize: no subject file found\n";

@@ -21,6 +21,27 @@ double Percent(const std::string& text) {
     return *percent;
 }
 
+GainChannels Channels(const std::string& text) {
+    if (text == "green") return GainChannels::Green;
+    if (text == "rgb") return GainChannels::Rgb;
+    throw CLI::ValidationError("--channels", "needs green or rgb: " + text);
+}
+
+std::uint32_t Radius(const std::string& text) {
+    int radius = 0;
+    if (!WholeNumber(text, radius) || radius < 0 || radius > 10000)
+        throw CLI::ValidationError("--smooth",
+                                   "needs a whole number of pixels, 0 to 10000: " + text);
+    return static_cast<std::uint32_t>(radius);
+}
+
+double MaxGain(const std::string& text) {
+    const auto gain = PercentText(text);
+    if (!gain || *gain < 1.0)
+        throw CLI::ValidationError("--max-gain", "needs a number, 1 or more: " + text);
+    return *gain;
+}
+
 int Jobs(const std::string& text) {
     int jobs = 0;
     if (!WholeNumber(text, jobs) || jobs < 1)
@@ -30,10 +51,12 @@ int Jobs(const std::string& text) {
 }  // namespace
 
 void EqualizeOptions::Declare(CLI::App& app) {
-    app.add_option("--white", white,
+    app.add_option("--white", modes.cards,
                    "The white card: a TIFF of an evenly lit white card, shot with the "
-                   "subjects' lens and lights, of their size and depth.")
+                   "subjects' lens and lights, of their size and depth. Given again, the "
+                   "shots are averaged pixel by pixel.")
         ->type_name("WHITE")
+        ->allow_extra_args(false)
         ->required();
     app.add_option("--output", output, "The folder the equalized copies go to; it must exist.")
         ->type_name("DIR")
@@ -42,6 +65,7 @@ void EqualizeOptions::Declare(CLI::App& app) {
            "--amount", [this](const std::string& text) { amountToApply = Percent(text) / 100.0; },
            "How much of the correction to apply, in percent (default 100).")
         ->type_name("PERCENT");
+    DeclareModes(app);
     CLI::Option* replace = app.add_flag("--overwrite", overwrite,
                                         "Replace outputs that exist already; without it they are "
                                         "left alone and their subjects skipped.");
@@ -63,6 +87,34 @@ void EqualizeOptions::Declare(CLI::App& app) {
         ->check(NonEmptyPath());
     app.add_option("SUBJECT", subjects,
                    "A subject TIFF, or a folder: its .tif, .tiff and .jfx files in name order.");
+}
+
+void EqualizeOptions::DeclareModes(CLI::App& app) {
+    app.add_option_function<std::string>(
+           "--channels", [this](const std::string& text) { modes.channels = Channels(text); },
+           "green (the default) takes every channel's gain from the card's green, as the "
+           "window does; rgb takes each channel's from the card's own channel.")
+        ->type_name("green|rgb");
+    app.add_option_function<std::string>(
+           "--smooth", [this](const std::string& text) { modes.smoothRadius = Radius(text); },
+           "Smooth the card over PIXELS before the gains are taken from it, so dust and grain "
+           "don't print into the subjects (default 0: off).")
+        ->type_name("PIXELS");
+    app.add_option_function<std::string>(
+           "--max-gain", [this](const std::string& text) { modes.maxGain = MaxGain(text); },
+           "Hold every gain at G or below; the result line says on what share of pixels.")
+        ->type_name("G");
+    app.add_flag("--linear", modes.linear,
+                 "Take and apply the gains in linear light, through the tone curves of each "
+                 "file's ICC profile; files without them are refused.");
+    app.add_option("--dark", modes.dark,
+                   "A dark frame (the lens capped), subtracted from the card and each subject "
+                   "before anything else.")
+        ->type_name("FILE")
+        ->check(NonEmptyPath());
+    app.add_flag("--darken", modes.darken,
+                 "Let gains go below 1, so that below 100 % the bright centre comes down while "
+                 "the corners come up.");
 }
 
 std::string EqualizeOptions::Missing() const {

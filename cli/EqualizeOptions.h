@@ -5,17 +5,21 @@
 #include <thread>
 #include <vector>
 
+#include "CorrectionModes.h"
+
 namespace CLI {
 class App;
 }
 
 inline constexpr const char* kEqualizeUsage =
-    "brisavane-cli equalize --white WHITE --output DIR [--amount PERCENT] "
-    "[--overwrite | --skip-existing] [--jobs N] [--json] [--files-from FILE] SUBJECT...";
+    "brisavane-cli equalize --white WHITE [--white WHITE...] --output DIR [--amount PERCENT] "
+    "[--channels green|rgb] [--smooth PIXELS] [--max-gain G] [--linear] [--dark FILE] "
+    "[--darken] [--overwrite | --skip-existing] [--jobs N] [--json] [--files-from FILE] "
+    "SUBJECT...";
 
 // The command line of brisavane-cli equalize.
 struct EqualizeOptions {
-    std::string white;
+    CorrectionModes modes;  // the white cards are modes.cards; the first is the white card
     std::string output;
     double amountToApply = 1.0;  // --amount in percent, divided by 100 as the window does
     bool overwrite = false;
@@ -27,6 +31,7 @@ struct EqualizeOptions {
 
     // Tells app every option, with its sentence for --help and its checks.
     void Declare(CLI::App& app);
+    void DeclareModes(CLI::App& app);
     // What the parser can't check alone; the reason, or "" when all is well.
     std::string Missing() const;
 };

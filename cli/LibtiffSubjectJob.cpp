@@ -10,11 +10,9 @@
 #include "OutputFileName.h"
 #include "SubjectEngine.h"
 
-namespace {
 namespace fs = std::filesystem;
 
-// The window's words for a size that differs, and ours for a depth that does.
-std::string Mismatch(const TiffFile& white, const LibtiffFile& subject) {
+std::string SubjectMismatch(const TiffFile& white, const LibtiffFile& subject) {
     if (subject.width != white.ImageWidth || subject.height != white.ImageHeight)
         return "White and image files have different pixel dimensions. White: " +
                std::to_string(white.ImageWidth) + "x" + std::to_string(white.ImageHeight) +
@@ -25,15 +23,17 @@ std::string Mismatch(const TiffFile& white, const LibtiffFile& subject) {
     return "";
 }
 
+namespace {
 // Rewrites the hidden copy; empty when it came out whole.
-std::string Rewrite(const fs::path& copy, const JobSettings& settings, bool& droppedLayers) {
+std::string Rewrite(const fs::path& copy, const JobSettings& settings, ChunkCorrector* modes,
+                    bool& droppedLayers) {
     LibtiffFile image(copy.string(), "r+cm");
     CardGreen card(settings.cardThroughLibtiff.empty() ? settings.white.fi->NativePath()
                                                        : settings.cardThroughLibtiff);
     if (!image.Handle()) return image.Error();
     if (!card.Opened()) return "the white card can't be read: " + card.Image().Error();
     droppedLayers = DropLayerData(image);
-    const std::string problem = RewriteChunks(image, card, settings.targetLevel);
+    const std::string problem = RewriteChunks(image, card, settings.targetLevel, modes);
     return problem.empty() || card.Image().Error().empty() ? problem
                                                            : problem + ": " + card.Image().Error();
 }
@@ -47,9 +47,10 @@ bool Publish(const fs::path& copy, const fs::path& output, bool overwrite) {
 }  // namespace
 
 SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile& subject,
-                                     const JobSettings& settings, std::size_t jobNumber) {
+                                     const JobSettings& settings, std::size_t jobNumber,
+                                     ChunkCorrector* modes) {
     const std::string name = fs::path(path).filename().string();
-    if (const std::string text = Mismatch(settings.white, subject); !text.empty())
+    if (const std::string text = SubjectMismatch(settings.white, subject); !text.empty())
         return SubjectResult::Failed(name, text);
     const auto output = settings.outputFolder.Child(CreateOutputFileName(name));
     if (!output) return SubjectResult::Failed(name, "no output name can be made from this name");
@@ -67,7 +68,7 @@ SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile&
     bool droppedLayers = false;
     std::string problem = "the copy can't be made";
     if (fs::copy_file(path, hidden, fs::copy_options::overwrite_existing, ec))
-        problem = Rewrite(hidden, settings, droppedLayers);
+        problem = Rewrite(hidden, settings, modes, droppedLayers);
     if (problem.empty() && !Publish(hidden, output->Path(), settings.overwrite))
         problem = output->NativePath() + " appeared meanwhile (--overwrite replaces it)";
     if (!problem.empty()) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "FolderItem.h"
+#include "ModeRun.h"
 #include "RowPassHost.h"
 #include "SubjectResult.h"
 #include "TiffFile.h"
@@ -18,6 +19,7 @@ struct JobSettings {
     // The card's path when it is read through libtiff (not one plain strip);
     // every subject then goes that way too.
     std::string cardThroughLibtiff = {};
+    const ModeRun* modes = nullptr;  // nil: the window's correction
 };
 
 // Equalizes one subject as the window's batch does: the same tests and texts,

@@ -22,7 +22,8 @@ void CorrectChunk(LibtiffFile& copy, CardGreen& card, double targetLevel, std::u
 }
 }  // namespace
 
-std::string RewriteChunks(LibtiffFile& copy, CardGreen& card, double targetLevel) {
+std::string RewriteChunks(LibtiffFile& copy, CardGreen& card, double targetLevel,
+                          ChunkCorrector* corrector) {
     std::vector<std::uint8_t> data(copy.ChunkBytes());
     TIFF* tif = copy.Handle();
     for (std::uint32_t chunk = 0; chunk < copy.Chunks(); ++chunk) {
@@ -31,7 +32,10 @@ std::string RewriteChunks(LibtiffFile& copy, CardGreen& card, double targetLevel
         const tmsize_t size = copy.ReadChunk(chunk, data.data());
         if (size < 0) return copy.Error();
         bool cardFailed = false;
-        CorrectChunk(copy, card, targetLevel, data.data(), place, cardFailed);
+        if (corrector)
+            cardFailed = !corrector->Correct(copy, place, data.data());
+        else
+            CorrectChunk(copy, card, targetLevel, data.data(), place, cardFailed);
         if (cardFailed) return "the white card's rows can't be decoded";
         const tmsize_t written = copy.tiled ? TIFFWriteEncodedTile(tif, chunk, data.data(), size)
                                             : TIFFWriteEncodedStrip(tif, chunk, data.data(), size);

@@ -6,18 +6,30 @@
 
 #include "BinaryStream.h"
 #include "Picture.h"
+#include "PixelLayout.h"
 #include "RowPassHost.h"
 #include "TiffFile.h"
+
+// A correction of one row other than the window's, from the subject row into
+// the output row (both in the file's byte order, rowBytes long); rows come in
+// order. It throws when it can't go on, and the output is then not finished.
+class RowCorrector {
+  public:
+    virtual ~RowCorrector() = default;
+    virtual void Correct(std::uint32_t y, const PixelLayout& subject,
+                         const std::uint8_t* subjectRow, std::uint8_t* out) = 0;
+};
 
 // The three files of one rewrite. The white card comes as a stream and an
 // offset rather than as its TiffFile, so that several rewrites running at once
 // can each read the one analysed white card through a stream of their own.
 struct RowPassFiles {
-    TiffFile& subject;         // its imagefile open, in the file's byte order
-    BinaryStream& white;       // the white card's rows, in its byte order
-    std::int64_t whiteOffset;  // the white card's ImageOffset
-    BinaryStream& output;      // a byte copy of the subject, open for update
-    std::string outputName;    // for the status line
+    TiffFile& subject;                  // its imagefile open, in the file's byte order
+    BinaryStream& white;                // the white card's rows, in its byte order
+    std::int64_t whiteOffset;           // the white card's ImageOffset
+    BinaryStream& output;               // a byte copy of the subject, open for update
+    std::string outputName;             // for the status line
+    RowCorrector* corrector = nullptr;  // nil: the window's correction with the white card
 };
 
 enum class RowPassEnd {

@@ -162,7 +162,8 @@ SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outpu
     std::shared_ptr<Picture> unseen;
     std::shared_ptr<Picture>& preview =
         settings_.window ? settings_.window->ResultPicture() : unseen;
-    const RowPassFiles files{tiff_, *white, settings_.white.ImageOffset, *stream, outputName};
+    const RowPassFiles files{tiff_,   *white,     settings_.white.ImageOffset,
+                             *stream, outputName, settings_.corrector};
     const RowPassEnd end = RunRowPass(files, settings_.targetLevel, host_, preview);
     if (end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
     EndRow();

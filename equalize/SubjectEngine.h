@@ -7,6 +7,7 @@
 
 #include "FolderItem.h"
 #include "Picture.h"
+#include "RowPass.h"
 #include "RowPassHost.h"
 #include "TiffFile.h"
 
@@ -47,9 +48,10 @@ struct SubjectSettings {
     double targetLevel;
     const FolderItem& outputFolder;
     OutputPlacement placement;
-    bool overwrite;         // beside: an output already there is replaced
-    std::size_t jobNumber;  // beside: keeps the hidden names of parallel jobs apart
-    SubjectWindow* window;  // nil on the command line; needed for the final name
+    bool overwrite;                     // beside: an output already there is replaced
+    std::size_t jobNumber;              // beside: keeps the hidden names of parallel jobs apart
+    SubjectWindow* window;              // nil on the command line; needed for the final name
+    RowCorrector* corrector = nullptr;  // nil: the window's correction
 };
 
 // Where one subject's road ended.

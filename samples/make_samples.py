@@ -6,8 +6,16 @@ light falloff, so that a new user can try the program at once.
 
 The subjects are a colour chart lit by the same falloff as the white card, so
 equalizing them brings the chart's corners back to the brightness of its centre.
+
+modes/ holds the files for the command line's correction modes: two shots of a
+card under light with a colour cast (warm on the left, cool on the right) and a
+radial falloff, with dust specks and grain, a dark frame, and two subjects shot
+under the same light; all 16-bit with an sRGB profile, 600 x 400 pixels.
 """
+import ctypes
+import ctypes.util
 import math
+import random
 import struct
 import sys
 from pathlib import Path
@@ -53,7 +61,8 @@ def subject(x, y):
     return tuple(0.95 * c * light for c in chart(x, y))
 
 
-def write_tiff(path, pixel, bits, little, width=WIDTH, height=HEIGHT, rows_per_strip=None):
+def write_tiff(path, pixel, bits, little, width=WIDTH, height=HEIGHT, rows_per_strip=None,
+               icc=b""):
     order = "<" if little else ">"
     peak = 255 if bits == 8 else 65535
     fmt = "B" if bits == 8 else "H"
@@ -65,23 +74,126 @@ def write_tiff(path, pixel, bits, little, width=WIDTH, height=HEIGHT, rows_per_s
         (256, 4, 1, width), (257, 4, 1, height), (258, 3, 3, None), (259, 3, 1, 1),
         (262, 3, 1, 2), (273, 4, 1, None), (277, 3, 1, 3), (278, 4, 1, rows_per_strip or height),
         (279, 4, 1, len(rows)), (284, 3, 1, 1),
-    ]
+    ] + ([(34675, 7, len(icc), None)] if icc else [])
     ifd_size = 2 + 12 * len(entries) + 4
     bits_offset = 8 + ifd_size
-    pixel_offset = bits_offset + 6
+    icc_offset = bits_offset + 6
+    pixel_offset = icc_offset + len(icc) + len(icc) % 2
     out = bytearray(b"II" if little else b"MM")
     out += struct.pack(order + "HI", 42, 8)
     out += struct.pack(order + "H", len(entries))
     for tag, typ, count, value in entries:
-        value = {258: bits_offset, 273: pixel_offset}.get(tag, value)
+        value = {258: bits_offset, 273: pixel_offset, 34675: icc_offset}.get(tag, value)
         if typ == 3 and count == 1:
             out += struct.pack(order + "HHIHH", tag, typ, count, value, 0)
         else:
             out += struct.pack(order + "HHII", tag, typ, count, value)
     out += struct.pack(order + "I", 0)
     out += struct.pack(order + "HHH", bits, bits, bits)
+    out += icc + b"\0" * (len(icc) % 2)
     out += rows
     path.write_bytes(out)
+
+
+MODES_WIDTH, MODES_HEIGHT = 600, 400
+DARK = 600 / 65535  # the sensor's black level, in 16-bit sample units
+
+
+def srgb_profile():
+    """LittleCMS's own sRGB profile, with a fixed creation date so that the
+    samples come out the same bytes on every run."""
+    lcms = ctypes.CDLL(ctypes.util.find_library("lcms2") or "liblcms2.so.2")
+    lcms.cmsCreate_sRGBProfile.restype = ctypes.c_void_p
+    lcms.cmsSaveProfileToMem.argtypes = [ctypes.c_void_p, ctypes.c_void_p,
+                                         ctypes.POINTER(ctypes.c_uint32)]
+    lcms.cmsCloseProfile.argtypes = [ctypes.c_void_p]
+    profile = lcms.cmsCreate_sRGBProfile()
+    size = ctypes.c_uint32(0)
+    lcms.cmsSaveProfileToMem(profile, None, ctypes.byref(size))
+    data = ctypes.create_string_buffer(size.value)
+    lcms.cmsSaveProfileToMem(profile, data, ctypes.byref(size))
+    lcms.cmsCloseProfile(profile)
+    return data.raw[:24] + struct.pack(">6H", 2026, 1, 1, 0, 0, 0) + data.raw[36:size.value]
+
+
+def encoded(linear):
+    """The sRGB encoding of a linear value, 0 to 1."""
+    linear = min(1.0, max(0.0, linear))
+    return 12.92 * linear if linear <= 0.0031308 else 1.055 * linear ** (1 / 2.4) - 0.055
+
+
+def modes_light(x, y):
+    """Linear light per channel: a radial falloff to about half in the corners,
+    warm on the left and cool on the right."""
+    r2 = ((x - MODES_WIDTH * 0.5) / (MODES_WIDTH * 0.5)) ** 2 \
+        + ((y - MODES_HEIGHT * 0.5) / (MODES_HEIGHT * 0.5)) ** 2
+    falloff = 1.0 - 0.25 * r2
+    across = x / (MODES_WIDTH - 1) - 0.5
+    return (falloff * (1.0 - 0.16 * across), falloff, falloff * (1.0 + 0.2 * across))
+
+
+def shot(reflectance, seed, grain=0.0, noise=40):
+    """A camera's picture of a reflectance under the light: sRGB-encoded, on top
+    of the black level, with a grain of the given share and a read noise of
+    +-noise sample units."""
+    rng = random.Random(seed)
+
+    def pixel(x, y):
+        light = modes_light(x, y)
+        return tuple(
+            encoded(l * f * (1.0 + grain * (2 * rng.random() - 1))) * (1 - DARK)
+            + DARK + noise * (2 * rng.random() - 1) / 65535
+            for l, f in zip(light, reflectance(x, y)))
+    return pixel
+
+
+def dusty_card():
+    """A card of even reflectance, but for a few dark dust specks of 1 to 3
+    pixels across (seed 7)."""
+    rng = random.Random(7)
+    specks = [(rng.uniform(5, MODES_WIDTH - 5), rng.uniform(5, MODES_HEIGHT - 5),
+               rng.uniform(0.5, 1.5)) for _ in range(24)]
+
+    def reflectance(x, y):
+        dim = 1.0
+        for sx, sy, radius in specks:
+            if (x - sx) ** 2 + (y - sy) ** 2 <= radius * radius:
+                dim = 0.6
+        return (0.85 * dim,) * 3
+    return reflectance
+
+
+def modes_chart(x, y):
+    col, row = int(x * 6 / MODES_WIDTH), int(y * 3 / MODES_HEIGHT)
+    px, py = (x * 6) % MODES_WIDTH, (y * 3) % MODES_HEIGHT
+    if px < MODES_WIDTH * 0.08 or px > MODES_WIDTH * 0.92 \
+            or py < MODES_HEIGHT * 0.08 or py > MODES_HEIGHT * 0.92:
+        return (0.18, 0.18, 0.18)
+    return tuple(c ** 2.2 for c in CHART[row * 6 + col])  # the chart's linear reflectance
+
+
+def modes_scene(x, y):
+    """A bright sky over a grey field, with a dark pole: even detail in every corner."""
+    if abs(x - MODES_WIDTH * 0.3) < 6 and y > MODES_HEIGHT * 0.25:
+        return (0.05, 0.05, 0.05)
+    if y < MODES_HEIGHT * 0.55:
+        return (0.45, 0.6, 0.85)
+    return (0.3, 0.28, 0.22)
+
+
+def write_modes(folder):
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / "subjects").mkdir(exist_ok=True)
+    icc = srgb_profile()
+
+    def write(name, pixel):
+        write_tiff(folder / name, pixel, 16, True, MODES_WIDTH, MODES_HEIGHT, icc=icc)
+    card = dusty_card()
+    write("white_card_a.tif", shot(card, 101, grain=0.01))
+    write("white_card_b.tif", shot(card, 102, grain=0.01))
+    write("dark_frame.tif", shot(lambda x, y: (0.0, 0.0, 0.0), 103))
+    write("subjects/chart.tif", shot(modes_chart, 104))
+    write("subjects/scene.tif", shot(modes_scene, 105))
 
 
 def main(folder):
@@ -93,6 +205,7 @@ def main(folder):
     write_tiff(root / "subjects" / "chart_16bit_big_endian.tif", subject, 16, False)
     write_tiff(root / "white_card_8bit.tif", white_card, 8, True)
     write_tiff(root / "subjects_8bit" / "chart_8bit.tif", subject, 8, True)
+    write_modes(root / "modes")
 
 
 if __name__ == "__main__":

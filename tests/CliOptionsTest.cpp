@@ -83,6 +83,16 @@ INSTANTIATE_TEST_SUITE_P(
         OptionsCase{"NoSubject", EQUALIZE, 2, "",
                     "brisavane-cli equalize: at least one SUBJECT or --files-from is needed\n"},
         OptionsCase{"NoPixelsEqualize", EQUALIZE "@a", 2, "", kNoPixels},
-        OptionsCase{"NoPixelsAnalyze", "analyze @empty.tif", 2, "", kNoPixels}),
+        OptionsCase{"NoPixelsAnalyze", "analyze @empty.tif", 2, "", kNoPixels},
+        OptionsCase{"MaxGainBelow1", EQUALIZE "--max-gain 0.5 @a", 2, "",
+                    "brisavane-cli equalize: --max-gain: needs a number, 1 or more: 0.5\n"},
+        OptionsCase{"MaxGainHuge", EQUALIZE "--max-gain 1e400 @a", 2, "",
+                    "brisavane-cli equalize: --max-gain"},
+        OptionsCase{"SmoothWord", EQUALIZE "--smooth 2x @a", 2, "",
+                    "brisavane-cli equalize: --smooth: needs a whole"},
+        OptionsCase{"ChannelsBlue", EQUALIZE "--channels blue @a", 2, "",
+                    "brisavane-cli equalize: --channels: needs green or rgb: blue\n"},
+        OptionsCase{"AnalyzeChannels", "analyze @a --channels RGB", 2, "",
+                    "brisavane-cli analyze: --channels"}),
     [](const auto& info) { return std::string(info.param.label); });
 }  // namespace

@@ -4,10 +4,11 @@
 
 #include "TiffFile.h"
 
-CardGreen::CardGreen(const std::string& path) : image_(path, "rm") {
+CardGreen::CardGreen(const std::string& path, std::size_t colours)
+    : image_(path, "rm"), colours_(colours) {
     if (!Opened() || !image_.Unusable().empty()) return;
     bandRows_ = image_.BandRows();
-    band_.resize(std::size_t{image_.width} * bandRows_);
+    band_.resize(std::size_t{image_.width} * bandRows_ * colours_);
     chunk_.resize(image_.ChunkBytes());
 }
 
@@ -17,39 +18,56 @@ const std::uint16_t* CardGreen::Row(std::uint32_t y) {
         loaded_ = LoadBand(y / bandRows_ * bandRows_);
         if (!loaded_) return nullptr;
     }
-    return band_.data() + std::size_t{y - bandStart_} * image_.width;
+    return band_.data() + std::size_t{y - bandStart_} * image_.width * colours_;
 }
 
-// Green is the second sample of an interleaved pixel, or the second plane.
+// Green is the second sample of an interleaved pixel, or the second plane; all
+// three colours are the first three samples, or the first three planes.
 bool CardGreen::LoadBand(std::uint32_t y) {
     bandStart_ = y;
     const bool planar = image_.planar == PLANARCONFIG_SEPARATE;
+    const std::size_t planes = planar ? colours_ : 1;
     TIFF* tif = image_.Handle();
-    for (std::uint32_t x = 0; x < image_.width;
-         x += image_.tiled ? image_.tileWidth : image_.width) {
-        const std::uint32_t chunk = image_.tiled ? TIFFComputeTile(tif, x, y, 0, planar ? 1 : 0)
-                                                 : TIFFComputeStrip(tif, y, planar ? 1 : 0);
-        if (image_.ReadChunk(chunk, chunk_.data()) < 0) return false;
-        TakeGreen(chunk_.data(), image_.PlaceOf(chunk));
+    for (std::size_t k = 0; k < planes; ++k) {
+        const auto plane = static_cast<std::uint16_t>(!planar ? 0 : colours_ == 1 ? 1 : k);
+        for (std::uint32_t x = 0; x < image_.width;
+             x += image_.tiled ? image_.tileWidth : image_.width) {
+            const std::uint32_t chunk = image_.tiled ? TIFFComputeTile(tif, x, y, 0, plane)
+                                                     : TIFFComputeStrip(tif, y, plane);
+            if (image_.ReadChunk(chunk, chunk_.data()) < 0) return false;
+            Take(chunk_.data(), image_.PlaceOf(chunk), planar ? k : 0);
+        }
     }
     return true;
 }
 
-void CardGreen::TakeGreen(const std::uint8_t* chunk, const LibtiffFile::Place& place) {
+// Takes one chunk's samples into the band, from colour `colour` on.
+void CardGreen::Take(const std::uint8_t* chunk, const LibtiffFile::Place& place,
+                     std::size_t colour) {
     const std::size_t step = image_.ChunkSamples();
-    const std::size_t first = image_.planar == PLANARCONFIG_SEPARATE ? 0 : 1;
+    const bool planar = image_.planar == PLANARCONFIG_SEPARATE;
+    const std::size_t first = planar || colours_ == 3 ? 0 : 1;
+    const std::size_t taken = planar ? 1 : colours_;
     const bool eightBit = image_.bits == 8;
+    // Whole rows of three 16-bit colours a pixel are already the band's rows.
+    const bool asIs = !eightBit && taken == 3 && step == 3;
     for (std::uint32_t r = 0; r < place.rows; ++r) {
         const std::uint8_t* row = chunk + r * place.rowBytes;
-        std::uint16_t* out = band_.data() + std::size_t{r} * image_.width + place.x;
-        for (std::uint32_t p = 0; p < place.width; ++p) {
-            const std::size_t i = p * step + first;
-            if (eightBit) {
-                out[p] = row[i];
-            } else {
-                std::memcpy(out + p, row + 2 * i, 2);
-            }
+        std::uint16_t* out =
+            band_.data() + (std::size_t{r} * image_.width + place.x) * colours_ + colour;
+        if (asIs) {
+            std::memcpy(out, row, std::size_t{place.width} * 6);
+            continue;
         }
+        for (std::uint32_t p = 0; p < place.width; ++p)
+            for (std::size_t k = 0; k < taken; ++k) {
+                const std::size_t i = p * step + first + k;
+                if (eightBit) {
+                    out[p * colours_ + k] = row[i];
+                } else {
+                    std::memcpy(out + p * colours_ + k, row + 2 * i, 2);
+                }
+            }
     }
 }
 

@@ -12,25 +12,27 @@ class TiffFile;
 // The green samples of a white card read through libtiff, row by row, in the
 // host's byte order whatever the card's layout: the strip or row of tiles that
 // holds a row is decoded when a row of it is first asked for, so memory holds
-// one band of rows, not the card.
+// one band of rows, not the card. With colours 3 a row holds the red, green
+// and blue samples of each pixel instead, for cards averaged and dark frames.
 class CardGreen {
   public:
-    explicit CardGreen(const std::string& path);
+    explicit CardGreen(const std::string& path, std::size_t colours = 1);
 
     bool Opened() const { return image_.Handle() != nullptr; }
     const LibtiffFile& Image() const { return image_; }
-    // Row y's green samples, width of them; nil when the band can't be decoded.
+    // Row y's samples, width x colours of them; nil when the band can't be decoded.
     const std::uint16_t* Row(std::uint32_t y);
-    // Scans every row for the brightest and darkest green sample and the place
+    // With colours 1: scans every row for the brightest and darkest green sample and the place
     // of the first brightest, as the one-strip scan does, and fills the
     // record's size, depth and figures. False when a band can't be decoded.
     bool Scan(TiffFile& record);
 
   private:
     bool LoadBand(std::uint32_t y);
-    void TakeGreen(const std::uint8_t* chunk, const LibtiffFile::Place& place);
+    void Take(const std::uint8_t* chunk, const LibtiffFile::Place& place, std::size_t colour);
 
     LibtiffFile image_;
+    std::size_t colours_;
     std::uint32_t bandRows_ = 0;
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "CardStack.h"
+#include "ChunkRewrite.h"
+#include "ModeRun.h"
+#include "RowPass.h"
+
+// One subject's correction in the modes of its run, on either road: the
+// one-strip row pass gives rows in the file's byte order, the libtiff rewrite
+// decoded strips or tiles in the host's. The card's values are read in
+// lockstep with the subject and held for a band of rows (one, or a row of
+// tiles), so memory stays a few rows whatever the image.
+class ModeCorrector final : public RowCorrector, public ChunkCorrector {
+  public:
+    // bandRows: the rows a chunk of the subject spans at most (1 for rows in
+    // order); curves: the subject's own, with --linear.
+    ModeCorrector(const ModeRun& run, std::uint32_t bandRows, std::optional<ToneCurves> curves);
+
+    void Correct(std::uint32_t y, const PixelLayout& subject, const std::uint8_t* subjectRow,
+                 std::uint8_t* out) override;
+    bool Correct(const LibtiffFile& copy, const LibtiffFile::Place& place,
+                 std::uint8_t* data) override;
+    // Pixels of the subject where a gain was held at the cap.
+    std::uint64_t CappedPixels() const { return capped_; }
+
+  private:
+    // The card's values of row y, all of its width; nil when they can't be read.
+    const double* Card(std::uint32_t y);
+    // The gains of pixels x to x + pixels of row y, and how many were capped.
+    bool Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels, std::size_t& capped);
+    // Corrects one row's run of pixels from x on; false when the card fails.
+    bool CorrectRun(std::uint32_t y, std::uint32_t x, const struct SampleSpan& span);
+
+    const ModeRun& run_;
+    CardStack stack_;
+    std::optional<ToneCurves> curves_;
+    std::uint32_t bandRows_;
+    std::uint32_t bandStart_ = 0;
+    bool loaded_ = false;
+    std::vector<double> band_;
+    std::vector<double> gains_;
+    std::uint64_t capped_ = 0;
+};

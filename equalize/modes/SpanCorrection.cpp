@@ -1,0 +1,89 @@
+#include "SpanCorrection.h"
+
+#include "Correction.h"
+#include "PixelLayout.h"
+#include "ToneCurves.h"
+#include "VectorClones.h"
+
+namespace {
+// In linear light the ceiling is 1; an infinite gain on black stays black.
+std::uint16_t LinearSample(const ToneCurves& curves, int colour, double gain, double sample) {
+    const double product = gain * curves.Linear(colour, static_cast<std::uint16_t>(sample));
+    const double held = product > 1.0 ? 1.0 : product;
+    return curves.Sample(colour, held >= 0.0 ? held : 0.0);
+}
+
+// The common case, interleaved pixels in sample units, as a straight loop the
+// compiler can keep in vector registers: which gains and whether a dark frame
+// is subtracted are template arguments, not tests in the loop.
+template <class Sample, bool Swap, bool OwnGains, bool Dark>
+BRISAVANE_VECTOR_CLONES void CorrectPixels(std::uint8_t* __restrict samples, std::size_t pixels,
+                                           const double* __restrict gains,
+                                           const std::uint16_t* __restrict dark) {
+    constexpr std::size_t w = sizeof(Sample);
+    constexpr double ceiling = w == 1 ? 255.0 : 65535.0;
+    for (std::size_t p = 0; p < pixels; ++p)
+        for (std::size_t c = 0; c < 3; ++c) {
+            std::uint8_t* at = samples + (p * 3 + c) * w;
+            double sample = LoadSample<Sample, Swap>(at);
+            if constexpr (Dark) {
+                sample -= dark[p * 3 + c];
+                sample = sample > 0.0 ? sample : 0.0;
+            }
+            const double gain = OwnGains ? gains[p * 3 + c] : gains[p];
+            StoreSample<Sample, Swap>(at, CorrectedSample(gain, sample, ceiling));
+        }
+}
+
+template <class Sample, bool Swap>
+void CorrectInterleaved(const SampleSpan& span, const SpanGains& with) {
+    using Loop = void (*)(std::uint8_t*, std::size_t, const double*, const std::uint16_t*);
+    const Loop loops[2][2] = {
+        {CorrectPixels<Sample, Swap, false, false>, CorrectPixels<Sample, Swap, false, true>},
+        {CorrectPixels<Sample, Swap, true, false>, CorrectPixels<Sample, Swap, true, true>}};
+    loops[with.perPixel == 3][with.dark != nullptr](span.samples, span.pixels, with.gains,
+                                                    with.dark);
+}
+
+// Every other span: planes, extra samples, linear light.
+template <class Sample, bool Swap>
+void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
+    constexpr std::size_t w = sizeof(Sample);
+    constexpr double ceiling = w == 1 ? 255.0 : 65535.0;
+    const bool ownGains = with.perPixel == 3;
+    for (std::size_t p = 0; p < span.pixels; ++p) {
+        std::uint8_t* pixel = span.samples + p * span.stride * w;
+        const double* gains = with.gains + p * with.perPixel;
+        for (std::size_t k = 0; k < span.colours; ++k) {
+            const std::size_t c = span.firstColour + k;
+            const double gain = gains[ownGains ? c : 0];
+            double sample = LoadSample<Sample, Swap>(pixel + k * w);
+            if (with.dark) {
+                sample -= with.dark[p * 3 + c];
+                if (sample < 0.0) sample = 0.0;
+            }
+            StoreSample<Sample, Swap>(
+                pixel + k * w, with.curves
+                                   ? LinearSample(*with.curves, static_cast<int>(c), gain, sample)
+                                   : CorrectedSample(gain, sample, ceiling));
+        }
+    }
+}
+
+template <class Sample, bool Swap>
+void Correct(const SampleSpan& span, const SpanGains& with) {
+    if (span.stride == 3 && span.colours == 3 && !with.curves)
+        CorrectInterleaved<Sample, Swap>(span, with);
+    else
+        CorrectSamples<Sample, Swap>(span, with);
+}
+}  // namespace
+
+void CorrectSpan(const SampleSpan& span, const SpanGains& with) {
+    if (span.sampleBytes == 1)
+        Correct<std::uint8_t, false>(span, with);
+    else if (span.swapped)
+        Correct<std::uint16_t, true>(span, with);
+    else
+        Correct<std::uint16_t, false>(span, with);
+}
