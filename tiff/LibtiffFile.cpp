@@ -161,6 +161,14 @@ LibtiffFile::Place LibtiffFile::PlaceOf(std::uint32_t chunk) const {
 }
 
 tmsize_t LibtiffFile::ReadChunk(std::uint32_t chunk, std::uint8_t* buffer) {
+    // libtiff decodes a strip or tile the file holds no bytes of as zeros, a
+    // black band that would pass for pixels: a file with one missing is damaged.
+    if (TIFFGetStrileByteCount(tif_, chunk) == 0 || TIFFGetStrileOffset(tif_, chunk) == 0) {
+        if (error_.empty())
+            error_ =
+                (tiled ? "tile " : "strip ") + std::to_string(chunk) + " is missing from the file";
+        return -1;
+    }
     const auto size = static_cast<tmsize_t>(ChunkBytes());
     const tmsize_t got = tiled ? TIFFReadEncodedTile(tif_, chunk, buffer, size)
                                : TIFFReadEncodedStrip(tif_, chunk, buffer, size);
