@@ -4,12 +4,14 @@
 //
 //     build/bench/brisavane-libtiff-bench [build/cli/brisavane-cli] [runs] [folder]
 //
+// with BRISAVANE_BENCH_BEFORE naming an earlier brisavane-cli to compare with.
 // An LZW subject (strips of 16 rows, predictor 2) against tiffcp re-encoding
 // that file the same way, and an uncompressed subject in strips of 16 rows
 // against the same pixels in one strip, which the one-strip engine takes.
 // Medians of the runs, page cache warm, the programs taking turns.
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -46,29 +48,36 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
             Warm(files);
         };
     };
-    const auto equalize = [&](const fs::path& subject) {
-        return Program({cli, "equalize", "--white", white.string(), "--output", out.string(),
+    const auto equalize = [&](const fs::path& subject, const std::string& program) {
+        return Program({program, "equalize", "--white", white.string(), "--output", out.string(),
                         subject.string()},
                        prepare({white, subject}));
     };
-    const std::vector<Run> inTurn =
-        MeasureInTurn({Program(Tiffcp(kLzw, lzw, out / "tiffcp.tif"), prepare({lzw})),
-                       equalize(lzw), equalize(plain), equalize(strips)},
-                      runs);
-    const Run &tiffcp = inTurn[0], &throughLzw = inTurn[1], &engine = inTurn[2],
-              &throughStrips = inTurn[3];
+    std::vector<Job> jobs = {Program(Tiffcp(kLzw, lzw, out / "tiffcp.tif"), prepare({lzw})),
+                             equalize(plain, cli), equalize(lzw, cli), equalize(strips, cli)};
+    // An earlier build takes its turns too, so that a change is measured
+    // before and after in the same run.
+    const char* before = std::getenv("BRISAVANE_BENCH_BEFORE");
+    if (before) jobs.insert(jobs.end(), {equalize(lzw, before), equalize(strips, before)});
+    const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
+    const Run &tiffcp = inTurn[0], &engine = inTurn[1];
 
     std::printf("%d-bit, %u x %u, median of %d rounds\n", bits, kWidth, kHeight, runs);
     Print("tiffcp -r 16 -c lzw:2 of the LZW subject", tiffcp);
-    Print("equalize, LZW strips of 16 rows", throughLzw);
     Print("equalize, one strip (one-strip engine)", engine);
-    Print("equalize, uncompressed strips of 16 rows", throughStrips);
     const auto cpu = [](const Run& r) { return r.user + r.system; };
-    std::printf("  LZW subject          %5.2f x tiffcp      (target <= 1.3; CPU %.2f x)\n",
-                throughLzw.seconds / tiffcp.seconds, cpu(throughLzw) / cpu(tiffcp));
-    std::printf("  16-row strips        %5.2f x one strip   (target <= 1.2; CPU %.2f x)\n",
-                throughStrips.seconds / engine.seconds, cpu(throughStrips) / cpu(engine));
-    std::printf("  peak memory, LZW     %7.1f MiB\n", throughLzw.peakKiB / 1024.0);
+    for (std::size_t k = 2; k < inTurn.size(); ++k) {  // LZW and strips, after and before
+        const bool lzwRun = k % 2 == 0, earlier = k >= 4;
+        const Run& run = inTurn[k];
+        Print(lzwRun ? (earlier ? "before: equalize, LZW" : "equalize, LZW strips of 16 rows")
+                     : (earlier ? "before: equalize, 16-row strips"
+                                : "equalize, uncompressed strips of 16 rows"),
+              run);
+        const Run& against = lzwRun ? tiffcp : engine;
+        std::printf("    %5.2f x %s (target <= %.1f; CPU %.2f x), peak %.1f MiB\n",
+                    run.seconds / against.seconds, lzwRun ? "tiffcp" : "one strip",
+                    lzwRun ? 1.3 : 1.2, cpu(run) / cpu(against), run.peakKiB / 1024.0);
+    }
 }
 }  // namespace
 

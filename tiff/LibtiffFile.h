@@ -15,7 +15,8 @@ class LibtiffFile {
   public:
     static constexpr std::uint64_t kLargestChunk = 256u << 20;
 
-    // "rm" to read, "r+cm" to rewrite strips in place without strip chopping;
+    // "rm" to read, "r+m" to rewrite strips in place, "c" to read without
+    // strip chopping (update mode chops one uncompressed strip regardless);
     // "m" reads through the file rather than a mapping of it.
     // Opening fails (Handle() nil) for anything libtiff can't read as a TIFF.
     LibtiffFile(const std::string& path, const char* mode);
