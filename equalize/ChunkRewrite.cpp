@@ -45,6 +45,9 @@ std::vector<std::pair<off_t, off_t>> RewrittenRanges(const LibtiffFile& subject)
 
 std::string RewriteChunks(LibtiffFile& subject, LibtiffFile& copy, CardGreen& card,
                           double targetLevel) {
+    // The copy's directory is read from its own bytes, which a hostile file's
+    // strips may have overlapped and left out.
+    if (!copy.SameLayout(subject)) return "the copy's strips or tiles differ from the subject's";
     std::vector<std::uint8_t> data(copy.ChunkBytes());
     TIFF* tif = copy.Handle();
     for (std::uint32_t chunk = 0; chunk < copy.Chunks(); ++chunk) {

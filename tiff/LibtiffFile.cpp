@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <tuple>
 
 namespace {
 // The compressions that give back exactly the bytes they were given.
@@ -122,6 +123,15 @@ std::string LibtiffFile::Unusable() const {
     if (ChunkBytes() == 0 || ChunkBytes() > kLargestChunk || band > kLargestChunk)
         return "a TIFF whose strips or rows of tiles would each decode to more than 256 MiB";
     return "";
+}
+
+bool LibtiffFile::SameLayout(const LibtiffFile& other) const {
+    const auto fields = [](const LibtiffFile& f) {
+        return std::tuple(f.width, f.height, f.bits, f.samples, f.extras, f.planar, f.photometric,
+                          f.compression, f.predictor, f.sampleFormat, f.rowsPerStrip, f.tileWidth,
+                          f.tileLength, f.tiled, f.Chunks(), f.ChunkBytes());
+    };
+    return fields(*this) == fields(other);
 }
 
 bool LibtiffFile::OneStripPlain() const {

@@ -29,6 +29,9 @@ class LibtiffFile {
 
     // Why the file can't be equalized, saying what it is; empty when it can.
     std::string Unusable() const;
+    // Whether the other file's strips or tiles hold the same samples in the
+    // same places, so that one's decoded chunk can be written into the other.
+    bool SameLayout(const LibtiffFile& other) const;
     // Whether the file is exactly what the one-strip engine streams: one
     // uncompressed interleaved RGB strip of 8- or 16-bit samples, nothing else.
     bool OneStripPlain() const;
