@@ -134,12 +134,20 @@ class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>
     }
     fs::path Make(const Layout& layout, const fs::path& from) {
         const fs::path to = dir / "made.tif";
-        EXPECT_EQ(std::system(("tiffcp " + std::string(layout.tiffcp) + " " + from.string() + " " +
-                               to.string())
-                                  .c_str()),
-                  0);
+        // The tagged file has a second page, which must stay as it was.
+        const std::string pages = from.string() + (layout.tagged ? " " + from.string() : "");
+        EXPECT_EQ(
+            std::system(
+                ("tiffcp " + std::string(layout.tiffcp) + " " + pages + " " + to.string()).c_str()),
+            0);
         if (layout.tagged) AddTags(to);
         return to;
+    }
+    // The file's second page as tiffcp copies it out; empty when there is none.
+    std::string SecondPage(const fs::path& file, const char* name) {
+        const std::string page = dir / name;
+        const std::string copy = "tiffcp " + file.string() + ",1 " + page + " 2>/dev/null";
+        return std::system(copy.c_str()) == 0 ? testing_tiff::ReadFile(page) : "";
     }
     TempFolder dir;
 };
@@ -166,6 +174,7 @@ TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
     };
     EXPECT_FALSE(hasLayers(output));
     EXPECT_EQ(Tags(output, dir / "out.tags"), Tags(input, dir / "in.tags"));
+    EXPECT_EQ(SecondPage(output, "out.page"), SecondPage(input, "in.page"));
     const Decoded got = Decode(output), before = Decode(input);
     ASSERT_EQ(got.pixels.size(), before.pixels.size());
     std::size_t differing = 0;
