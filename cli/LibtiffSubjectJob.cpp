@@ -7,6 +7,7 @@
 
 #include "CardGreen.h"
 #include "ChunkRewrite.h"
+#include "CopyAroundRows.h"
 #include "OutputFileName.h"
 #include "SubjectEngine.h"
 
@@ -24,16 +25,21 @@ std::string SubjectMismatch(const TiffFile& white, const LibtiffFile& subject) {
 }
 
 namespace {
-// Rewrites the hidden copy; empty when it came out whole.
-std::string Rewrite(const fs::path& copy, const JobSettings& settings, ChunkCorrector* modes,
-                    bool& droppedLayers) {
-    LibtiffFile image(copy.string(), "r+cm");
+// Writes the subject's strips or tiles into the hidden copy; empty when it
+// came out whole.
+std::string Rewrite(const std::string& path, const fs::path& copy, const JobSettings& settings,
+                    ChunkCorrector* modes, bool& droppedLayers) {
+    // libtiff chops one uncompressed strip into small ones in update mode,
+    // whatever the mode says, so the subject is read chopped alike: the two
+    // then number their strips the same.
+    LibtiffFile subject(path, "rm"), image(copy.string(), "r+m");
     CardGreen card(settings.cardThroughLibtiff.empty() ? settings.white.fi->NativePath()
                                                        : settings.cardThroughLibtiff);
+    if (!subject.Handle()) return subject.Error();
     if (!image.Handle()) return image.Error();
     if (!card.Opened()) return "the white card can't be read: " + card.Image().Error();
     droppedLayers = DropLayerData(image);
-    const std::string problem = RewriteChunks(image, card, settings.targetLevel, modes);
+    const std::string problem = RewriteChunks(subject, image, card, settings.targetLevel, modes);
     return problem.empty() || card.Image().Error().empty() ? problem
                                                            : problem + ": " + card.Image().Error();
 }
@@ -67,8 +73,11 @@ SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile&
     std::error_code ec;
     bool droppedLayers = false;
     std::string problem = "the copy can't be made";
-    if (fs::copy_file(path, hidden, fs::copy_options::overwrite_existing, ec))
-        problem = Rewrite(hidden, settings, modes, droppedLayers);
+    // The strips or tiles are all written anew: copying them first would only
+    // have them written twice, and those that grow would leave the old,
+    // uncorrected ones behind in the file.
+    if (CopyAroundRanges(path, hidden.string(), RewrittenRanges(subject)))
+        problem = Rewrite(path, hidden, settings, modes, droppedLayers);
     if (problem.empty() && !Publish(hidden, output->Path(), settings.overwrite))
         problem = output->NativePath() + " appeared meanwhile (--overwrite replaces it)";
     if (!problem.empty()) {

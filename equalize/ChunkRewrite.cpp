@@ -1,11 +1,19 @@
 #include "ChunkRewrite.h"
 
+#include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "RowCorrection.h"
 
 namespace {
 constexpr ttag_t kPhotoshopLayers = 37724;
+
+// An extra sample's plane is kept as it was; every other strip or tile is
+// written anew.
+bool Rewritten(const LibtiffFile::Place& place) {
+    return place.plane < 3;
+}
 
 void CorrectChunk(LibtiffFile& copy, CardGreen& card, double targetLevel, std::uint8_t* data,
                   const LibtiffFile::Place& place, bool& cardFailed) {
@@ -22,15 +30,31 @@ void CorrectChunk(LibtiffFile& copy, CardGreen& card, double targetLevel, std::u
 }
 }  // namespace
 
-std::string RewriteChunks(LibtiffFile& copy, CardGreen& card, double targetLevel,
-                          ChunkCorrector* corrector) {
+std::vector<std::pair<off_t, off_t>> RewrittenRanges(const LibtiffFile& subject) {
+    std::vector<std::pair<off_t, off_t>> ranges;
+    for (std::uint32_t chunk = 0; chunk < subject.Chunks(); ++chunk) {
+        if (!Rewritten(subject.PlaceOf(chunk))) continue;
+        const std::uint64_t start = TIFFGetStrileOffset(subject.Handle(), chunk);
+        const std::uint64_t length = TIFFGetStrileByteCount(subject.Handle(), chunk);
+        constexpr std::uint64_t kFar = std::numeric_limits<off_t>::max();
+        const std::uint64_t first = std::min(start, kFar);
+        ranges.emplace_back(first, first + std::min(length, kFar - first));
+    }
+    return ranges;
+}
+
+std::string RewriteChunks(LibtiffFile& subject, LibtiffFile& copy, CardGreen& card,
+                          double targetLevel, ChunkCorrector* corrector) {
+    // The copy's directory is read from its own bytes, which a hostile file's
+    // strips may have overlapped and left out.
+    if (!copy.SameLayout(subject)) return "the copy's strips or tiles differ from the subject's";
     std::vector<std::uint8_t> data(copy.ChunkBytes());
     TIFF* tif = copy.Handle();
     for (std::uint32_t chunk = 0; chunk < copy.Chunks(); ++chunk) {
         const LibtiffFile::Place place = copy.PlaceOf(chunk);
-        if (place.plane >= 3) continue;  // an extra sample's plane
-        const tmsize_t size = copy.ReadChunk(chunk, data.data());
-        if (size < 0) return copy.Error();
+        if (!Rewritten(place)) continue;
+        const tmsize_t size = subject.ReadChunk(chunk, data.data());
+        if (size < 0) return subject.Error();
         bool cardFailed = false;
         if (corrector)
             cardFailed = !corrector->Correct(copy, place, data.data());

@@ -62,29 +62,39 @@ bool CopyRange(int in, int out, off_t from, off_t to) {
     return true;
 }
 
-// Where the pass's rows begin and end, within a file of `size` bytes.
-std::pair<off_t, off_t> RowsWithin(const TiffFile& subject, off_t size) {
-    const off_t start = std::clamp<std::int64_t>(subject.ImageOffset, 0, size);
+// Where the pass's rows begin and end; the end may lie past the file's.
+std::pair<off_t, off_t> RowsOf(const TiffFile& subject) {
+    const off_t start = std::max<std::int64_t>(subject.ImageOffset, 0);
     if (subject.ImageHeight <= 0 || subject.BytesPerRow <= 0) return {start, start};
-    std::int64_t length = 0;
+    std::int64_t length = 0, end = 0;
     if (__builtin_mul_overflow(subject.ImageHeight, subject.BytesPerRow, &length) ||
-        length > size - start)
-        return {start, size};
-    return {start, start + length};
+        __builtin_add_overflow(start, length, &end))
+        return {start, std::numeric_limits<off_t>::max()};
+    return {start, end};
 }
 }  // namespace
 
-bool CopyAroundRows(const TiffFile& subject, const FolderItem& copy) {
-    const Descriptor in(::open(Deref(subject.fi).Path().c_str(), O_RDONLY | O_CLOEXEC));
+bool CopyAroundRanges(const std::string& subject, const std::string& copy,
+                      std::vector<std::pair<off_t, off_t>> skipped) {
+    const Descriptor in(::open(subject.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat from {};
     if (in.Get() < 0 || ::fstat(in.Get(), &from) != 0 || !S_ISREG(from.st_mode)) return false;
-    const Descriptor out(
-        ::open(copy.Path().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
+    const Descriptor out(::open(copy.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
     struct stat to {};
     if (out.Get() < 0 || ::fstat(out.Get(), &to) != 0 || !S_ISREG(to.st_mode) ||
         ::fchmod(out.Get(), from.st_mode) != 0 || ::ftruncate(out.Get(), from.st_size) != 0)
         return false;
-    const auto [rowsStart, rowsEnd] = RowsWithin(subject, from.st_size);
-    return CopyRange(in.Get(), out.Get(), 0, rowsStart) &&
-           CopyRange(in.Get(), out.Get(), rowsEnd, from.st_size);
+    std::sort(skipped.begin(), skipped.end());
+    off_t at = 0;
+    for (const auto& [start, end] : skipped) {
+        const off_t first = std::clamp<off_t>(start, 0, from.st_size);
+        if (first > at && !CopyRange(in.Get(), out.Get(), at, first)) return false;
+        at = std::max(at, std::clamp<off_t>(end, first, from.st_size));
+    }
+    return CopyRange(in.Get(), out.Get(), at, from.st_size);
+}
+
+bool CopyAroundRows(const TiffFile& subject, const FolderItem& copy) {
+    return CopyAroundRanges(Deref(subject.fi).Path().string(), copy.Path().string(),
+                            {RowsOf(subject)});
 }

@@ -1,5 +1,11 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "FolderItem.h"
 #include "TiffFile.h"
 
@@ -12,3 +18,8 @@
 // Only for a copy that is thrown away unless the pass finishes: until then
 // its rows hold nothing of the subject's. False when the copy isn't whole.
 bool CopyAroundRows(const TiffFile& subject, const FolderItem& copy);
+
+// The same for any file: every byte but the skipped ranges [start, end), which
+// may overlap or reach past the file's end, is copied to its place in copy.
+bool CopyAroundRanges(const std::string& subject, const std::string& copy,
+                      std::vector<std::pair<off_t, off_t>> skipped);

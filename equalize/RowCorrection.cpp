@@ -60,11 +60,20 @@ void CorrectRow(const PixelLayout& subject, bool whiteLittleEndian, double targe
 }
 
 namespace {
-template <class Sample>
-void CorrectHost(double targetLevel, const std::uint16_t* whiteGreen, std::uint8_t* samples,
-                 std::size_t pixels, std::size_t stride, std::size_t colours) {
+// Stride and Colours, when not 0, fix the pixel's shape at compile time, so
+// that the walk is a straight loop the compiler keeps in vector registers; 0
+// takes them from the arguments, for the shapes few files have.
+template <class Sample, std::size_t Stride, std::size_t Colours>
+BRISAVANE_VECTOR_CLONES void CorrectHost(double targetLevel,
+                                         const std::uint16_t* __restrict whiteGreen,
+                                         std::uint8_t* __restrict samples, std::size_t pixels,
+                                         std::size_t stride, std::size_t colours) {
     constexpr double ceiling = sizeof(Sample) == 1 ? 255.0 : 65535.0;
     constexpr std::size_t w = sizeof(Sample);
+    if constexpr (Stride != 0) {
+        stride = Stride;
+        colours = Colours;
+    }
     for (std::size_t p = 0; p < pixels; ++p) {
         const double gain = Gain(targetLevel, whiteGreen[p]);
         std::uint8_t* pixel = samples + p * stride * w;
@@ -74,13 +83,23 @@ void CorrectHost(double targetLevel, const std::uint16_t* whiteGreen, std::uint8
         }
     }
 }
+
+using HostLoop = void (*)(double, const std::uint16_t*, std::uint8_t*, std::size_t, std::size_t,
+                          std::size_t);
+
+template <class Sample>
+HostLoop ChooseHostLoop(std::size_t stride, std::size_t colours) {
+    if (stride == 3 && colours == 3) return CorrectHost<Sample, 3, 3>;  // RGB
+    if (stride == 4 && colours == 3) return CorrectHost<Sample, 4, 3>;  // RGB and alpha
+    if (stride == 1 && colours == 1) return CorrectHost<Sample, 1, 1>;  // a colour plane
+    return CorrectHost<Sample, 0, 0>;
+}
 }  // namespace
 
 void CorrectHostSamples(double targetLevel, const std::uint16_t* whiteGreen, std::uint8_t* samples,
                         std::size_t pixels, std::size_t sampleBytes, std::size_t stride,
                         std::size_t colours) {
-    if (sampleBytes == 1)
-        CorrectHost<std::uint8_t>(targetLevel, whiteGreen, samples, pixels, stride, colours);
-    else
-        CorrectHost<std::uint16_t>(targetLevel, whiteGreen, samples, pixels, stride, colours);
+    const HostLoop loop = sampleBytes == 1 ? ChooseHostLoop<std::uint8_t>(stride, colours)
+                                           : ChooseHostLoop<std::uint16_t>(stride, colours);
+    loop(targetLevel, whiteGreen, samples, pixels, stride, colours);
 }

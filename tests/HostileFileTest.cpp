@@ -64,7 +64,9 @@ constexpr const char* kUnopened = "Error: The white card file can't be opened: "
 
 std::vector<CardRefusal> CardRefusals() {
     std::vector<CardRefusal> cases = {
-        {"TwoStrips", [](const auto& p) { WriteTiff(p, WithStrips(2)); }, kOneStrip, nullptr},
+        // One strip's offset and byte count for the two strips the rows make.
+        {"TwoStrips", [](const auto& p) { WriteTiff(p, WithStrips(2)); }, kOneStrip,
+         "Error: The white card's pixels can't be decoded: strip 1 is missing from the file"},
         {"RowsPerStripAboveHeight", [](const auto& p) { WriteTiff(p, WithStrips(4)); }, kOneStrip,
          nullptr},
         // Refused by the reader after the height but before the rows per

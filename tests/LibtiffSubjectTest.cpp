@@ -1,6 +1,7 @@
 // Subjects and white cards in the layouts other writers make, equalized by the
 // command line: the decoded pixels must be the one-strip engine's, and every
-// tag stays. Files are made by libtiff's tools or, where they can't, its API.
+// tag stays. Files are made by tiffcp (libtiff's API adds the tags it can't)
+// or come from other writers (tests/data/writers).
 #include <gtest/gtest.h>
 #include <tiffio.h>
 
@@ -9,12 +10,14 @@
 
 #include "EqualizeCommand.h"
 #include "LibtiffFile.h"
+#include "LibtiffFiles.h"
 #include "TempFolder.h"
 #include "TiffBuilder.h"
 
 namespace {
 namespace fs = std::filesystem;
 const fs::path kSamples = BRISAVANE_SAMPLES;
+const fs::path kWriters = fs::path(BRISAVANE_TEST_DATA) / "writers";
 
 // A file's samples, decoded strip by strip or tile by tile into one
 // interleaved host-order image.
@@ -64,33 +67,6 @@ TIFF* Create(const fs::path& path, std::initializer_list<unsigned> values) {
     return tif;
 }
 
-enum class Api { None, Planar, Alpha, Tagged };
-
-// Writes the decoded image through libtiff's API, LZW with predictor 2 in one
-// strip a plane, as tiffcp can't: 16-bit planes, an added alpha sample.
-void WriteThroughApi(const Decoded& image, const fs::path& path, Api api) {
-    const unsigned samples = api == Api::Alpha ? 4 : 3, w = image.bits / 8;
-    const std::size_t pixels = std::size_t{image.width} * image.height;
-    const bool planar = api == Api::Planar;
-    TIFF* tif = Create(path, {image.width, image.height, image.bits, samples, PHOTOMETRIC_RGB,
-                              planar ? 2u : 1u, image.height, COMPRESSION_LZW});
-    TIFFSetField(tif, TIFFTAG_PREDICTOR, 2);
-    const std::uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
-    if (samples == 4) TIFFSetField(tif, TIFFTAG_EXTRASAMPLES, 1, &alpha);
-    std::vector<std::uint8_t> data(pixels * samples * w);
-    for (std::size_t i = 0; i < pixels * samples; ++i) {
-        std::uint8_t* to = &data[(planar ? i % samples * pixels + i / samples : i) * w];
-        if (i % samples < 3)
-            std::copy_n(&image.pixels[(i / samples * 3 + i % samples) * w], w, to);
-        else
-            std::fill_n(to, w, static_cast<std::uint8_t>(i / samples * 7));
-    }
-    const std::size_t strip = data.size() / (planar ? samples : 1);
-    for (unsigned p = 0; p < data.size() / strip; ++p)
-        TIFFWriteEncodedStrip(tif, p, &data[p * strip], static_cast<tmsize_t>(strip));
-    TIFFClose(tif);
-}
-
 // Adds an ICC profile, XMP, Photoshop resources and layer data, a private tag,
 // IPTC and EXIF and GPS directories, as libtiff's own tests write them.
 void AddTags(const fs::path& path) {
@@ -124,14 +100,28 @@ void AddTags(const fs::path& path) {
     TIFFClose(tif);
 }
 
+// The colour samples of a file in one plain strip.
+fs::path WritePlain(const fs::path& from, const fs::path& to) {
+    const Decoded image = Decode(from);
+    LibtiffImage plain{image.width, image.height, image.bits};
+    for (std::size_t at = 0; at < image.pixels.size(); at += image.At(1, 0, 0))
+        plain.pixels.insert(plain.pixels.end(), &image.pixels[at],
+                            &image.pixels[at] + 3 * image.bits / 8);
+    WriteWithLibtiff(to, plain);
+    return to;
+}
+
 struct Layout {
     const char* label;
-    const char* tiffcp;  // options of tiffcp, or nullptr for the API
-    Api api;
-    bool card;  // the white card takes the layout, the subject stays one strip
+    const char* tiffcp;            // options of tiffcp
+    bool tagged = false;           // tags that tiffcp doesn't write are added
+    bool card = false;             // the white card takes the layout, the subject stays one strip
+    const char* writer = nullptr;  // a file of tests/data/writers, against its own pixels
 };
 
-using Depth = std::pair<const char*, const char*>;  // card, subject
+struct Depth {
+    const char *card, *subject, *bits;
+};
 
 class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>> {
   protected:
@@ -144,39 +134,47 @@ class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>
     }
     fs::path Make(const Layout& layout, const fs::path& from) {
         const fs::path to = dir / "made.tif";
-        if (layout.tiffcp)
-            EXPECT_EQ(std::system(("tiffcp " + std::string(layout.tiffcp) + " " + from.string() +
-                                   " " + to.string())
-                                      .c_str()),
-                      0);
-        else
-            WriteThroughApi(Decode(from), to, layout.api == Api::Tagged ? Api::None : layout.api);
-        if (layout.api == Api::Tagged) AddTags(to);
+        // The tagged file has a second page, which must stay as it was.
+        const std::string pages = from.string() + (layout.tagged ? " " + from.string() : "");
+        EXPECT_EQ(
+            std::system(
+                ("tiffcp " + std::string(layout.tiffcp) + " " + pages + " " + to.string()).c_str()),
+            0);
+        if (layout.tagged) AddTags(to);
         return to;
+    }
+    // The file's second page as tiffcp copies it out; empty when there is none.
+    std::string SecondPage(const fs::path& file, const char* name) {
+        const std::string page = dir / name;
+        const std::string copy = "tiffcp " + file.string() + ",1 " + page + " 2>/dev/null";
+        return std::system(copy.c_str()) == 0 ? testing_tiff::ReadFile(page) : "";
     }
     TempFolder dir;
 };
 
 TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
     const auto& [layout, depth] = GetParam();
-    const fs::path card = kSamples / depth.first, subject = kSamples / depth.second;
+    fs::path card = kSamples / depth.card, subject = kSamples / depth.subject;
+    const fs::path writer =
+        kWriters / (std::string(layout.writer ? layout.writer : "") + "_" + depth.bits + ".tif");
+    if (layout.writer) card = subject = WritePlain(writer, dir / "plain.tif");
     Equalize(card, subject, dir / "engine");
     const Decoded engine = Decode(dir / "engine" / (subject.stem().string() + "_eq.tif"));
 
-    const fs::path made = Make(layout, layout.card ? card : subject);
+    const fs::path made = layout.writer ? writer : Make(layout, layout.card ? card : subject);
     const fs::path input = layout.card ? subject : made;
     const std::string line =
         layout.card ? Equalize(made, subject, dir / "out") : Equalize(card, made, dir / "out");
     const fs::path output = dir / "out" / (input.stem().string() + "_eq.tif");
     // Photoshop's layers go, and the line says so; every other tag stays.
-    const bool layers = layout.api == Api::Tagged;
+    const bool layers = layout.tagged;
     EXPECT_EQ(line.ends_with(" (Photoshop layer data removed)\n"), layers) << line;
     const auto hasLayers = [](const fs::path& file) {
         return std::system(("tiffdump " + file.string() + " | grep -q ^37724").c_str()) == 0;
     };
-    EXPECT_EQ(hasLayers(input), layers);
     EXPECT_FALSE(hasLayers(output));
     EXPECT_EQ(Tags(output, dir / "out.tags"), Tags(input, dir / "in.tags"));
+    EXPECT_EQ(SecondPage(output, "out.page"), SecondPage(input, "in.page"));
     const Decoded got = Decode(output), before = Decode(input);
     ASSERT_EQ(got.pixels.size(), before.pixels.size());
     std::size_t differing = 0;
@@ -193,50 +191,66 @@ TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
 INSTANTIATE_TEST_SUITE_P(
     Layouts, LibtiffSubject,
     ::testing::Combine(
-        ::testing::Values(Layout{"Strips1", "-r 1"}, Layout{"Strips16Lzw2", "-r 16 -c lzw:2"},
-                          Layout{"Tiles16Zstd2", "-t -w 16 -l 16 -c zstd:2"},
-                          Layout{"Tiles256Deflate2", "-t -w 256 -l 256 -c zip:2"},
-                          Layout{"BigTiff", "-8 -r 16"},
-                          Layout{"BigEndianPackBits", "-B -r 16 -c packbits"},
-                          Layout{"PlanarLzw2", nullptr, Api::Planar},
-                          Layout{"AlphaLzw2", nullptr, Api::Alpha},
-                          Layout{"TaggedLzw2", "-r 16 -c lzw:2", Api::Tagged},
-                          Layout{"CardInTilesLzw2", "-t -w 16 -l 16 -c lzw:2", Api::None, true},
-                          Layout{"CardPlanar", nullptr, Api::Planar, true}),
-        ::testing::Values(Depth{"white_card.tif", "subjects/chart_16bit.tif"},
-                          Depth{"white_card_8bit.tif", "subjects_8bit/chart_8bit.tif"})),
+        ::testing::Values(
+            Layout{"Strips1", "-r 1"}, Layout{"Strips16Lzw2", "-r 16 -c lzw:2"},
+            Layout{"Tiles16Zstd2", "-t -w 16 -l 16 -c zstd:2"},
+            Layout{"Tiles256Deflate2", "-t -w 256 -l 256 -c zip:2"}, Layout{"BigTiff", "-8 -r 16"},
+            Layout{"BigEndianPackBits", "-B -r 16 -c packbits"},
+            Layout{"TaggedLzw2", "-r 16 -c lzw:2", true},
+            Layout{"CardInTilesLzw2", "-t -w 16 -l 16 -c lzw:2", false, true},
+            Layout{"CardPlanarDeflate2", nullptr, false, true, "tifffile_planar"},
+            Layout{"ImageMagickStrips", nullptr, false, false, "imagemagick_strips"},
+            Layout{"ImageMagickLzwIcc", nullptr, false, false, "imagemagick_lzw_icc"},
+            Layout{"ImageMagickZip", nullptr, false, false, "imagemagick_zip"},
+            Layout{"VipsCopy", nullptr, false, false, "vips_copy"},
+            Layout{"VipsTilesLzw", nullptr, false, false, "vips_tiles_lzw"},
+            Layout{"TifffilePlanarDeflate2", nullptr, false, false, "tifffile_planar"},
+            Layout{"TifffileInfraredDeflate2", nullptr, false, false, "tifffile_extra"}),
+        ::testing::Values(Depth{"white_card.tif", "subjects/chart_16bit.tif", "16"},
+                          Depth{"white_card_8bit.tif", "subjects_8bit/chart_8bit.tif", "8"})),
     [](const auto& info) {
-        return std::get<0>(info.param).label + std::string(info.index % 2 ? "_8bit" : "_16bit");
+        return std::get<0>(info.param).label + std::string("_") + std::get<1>(info.param).bits +
+               "bit";
     });
 
 struct Kind {
     const char* label;
     unsigned bits, samples, photometric, format, compression;
-    std::string words;  // how the refusal begins to say what the file is
+    std::string words;     // how the refusal begins to say what the file is
+    bool damaged = false;  // the second of two strips is missing: not a kind, a damaged file
 };
 
 class RefusedKind : public ::testing::TestWithParam<Kind> {};
 
 // One strip of zero bytes with the kind's fields, refused as a subject and as
-// a white card, in its words, with nothing written.
+// a white card, in its words, with nothing written; a damaged file fails.
 TEST_P(RefusedKind, IsRefusedAsSubjectAndCardWithItsWords) {
     TempFolder dir;
     const fs::path file = dir / "kind.tif", out = dir / "out", card = kSamples / "white_card.tif";
     const Kind& k = GetParam();
-    TIFF* tif =
-        Create(file, {360, 240, k.bits, k.samples, k.photometric, 1, 240, k.compression, k.format});
+    const unsigned rows = k.damaged ? 120 : 240;
+    TIFF* tif = Create(
+        file, {360, 240, k.bits, k.samples, k.photometric, 1, rows, k.compression, k.format});
     std::vector<std::uint16_t> map(256);
     if (k.photometric == PHOTOMETRIC_PALETTE)
         TIFFSetField(tif, TIFFTAG_COLORMAP, map.data(), map.data(), map.data());
-    std::vector<std::uint8_t> strip(360 * 240 * k.samples * k.bits / 8);
+    std::vector<std::uint8_t> strip(360 * rows * k.samples * k.bits / 8);
     TIFFWriteRawStrip(tif, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
     TIFFClose(tif);
     fs::create_directories(out);
     std::ostringstream o, e, co, ce;
     EXPECT_EQ(RunEqualize({"--white", card, "--output", out, file}, o, e, nullptr), 1);
-    EXPECT_TRUE(o.str().starts_with("kind.tif: skipped: this is " + k.words)) << o.str();
+    EXPECT_TRUE(
+        o.str().starts_with((k.damaged ? "kind.tif: failed: Problem writing equalized TIFF file. "
+                                       : "kind.tif: skipped: this is ") +
+                            k.words))
+        << o.str();
     EXPECT_EQ(RunEqualize({"--white", file, "--output", out, card}, co, ce, nullptr), 2);
-    EXPECT_TRUE(ce.str().starts_with("Error: The white card can't be used: this is " + k.words));
+    EXPECT_TRUE(
+        ce.str().starts_with((k.damaged ? "Error: The white card's pixels can't be decoded: "
+                                        : "Error: The white card can't be used: this is ") +
+                             k.words))
+        << ce.str();
     EXPECT_TRUE(fs::is_empty(out));
 }
 
@@ -249,6 +263,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Kind{"Grey", 16, 1, 1, 1, 1, "a greyscale TIFF: only RGB"},
                       Kind{"FloatInOneStrip", 32, 3, 2, 3, 1, "a TIFF of 32-bit floating-point"},
                       Kind{"Signed", 16, 3, 2, 2, 1, "a TIFF of 16-bit samples: only 8- or 16"},
-                      Kind{"TwoColours", 8, 2, 2, 1, 5, "a TIFF of 2 colour samples a pixel"}),
+                      Kind{"TwoColours", 8, 2, 2, 1, 5, "a TIFF of 2 colour samples a pixel"},
+                      Kind{"MissingStrip", 16, 3, 2, 1, 1, "strip 1 is missing from the file",
+                           true}),
     [](const auto& info) { return std::string(info.param.label); });
 }  // namespace

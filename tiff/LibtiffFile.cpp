@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <tuple>
 
 namespace {
 // The compressions that give back exactly the bytes they were given.
@@ -124,6 +125,15 @@ std::string LibtiffFile::Unusable() const {
     return "";
 }
 
+bool LibtiffFile::SameLayout(const LibtiffFile& other) const {
+    const auto fields = [](const LibtiffFile& f) {
+        return std::tuple(f.width, f.height, f.bits, f.samples, f.extras, f.planar, f.photometric,
+                          f.compression, f.predictor, f.sampleFormat, f.rowsPerStrip, f.tileWidth,
+                          f.tileLength, f.tiled, f.Chunks(), f.ChunkBytes());
+    };
+    return fields(*this) == fields(other);
+}
+
 bool LibtiffFile::OneStripPlain() const {
     return compression == COMPRESSION_NONE && planar == PLANARCONFIG_CONTIG &&
            photometric == PHOTOMETRIC_RGB && samples == 3 && extras == 0 &&
@@ -161,6 +171,14 @@ LibtiffFile::Place LibtiffFile::PlaceOf(std::uint32_t chunk) const {
 }
 
 tmsize_t LibtiffFile::ReadChunk(std::uint32_t chunk, std::uint8_t* buffer) {
+    // libtiff decodes a strip or tile the file holds no bytes of as zeros, a
+    // black band that would pass for pixels: a file with one missing is damaged.
+    if (TIFFGetStrileByteCount(tif_, chunk) == 0 || TIFFGetStrileOffset(tif_, chunk) == 0) {
+        if (error_.empty())
+            error_ =
+                (tiled ? "tile " : "strip ") + std::to_string(chunk) + " is missing from the file";
+        return -1;
+    }
     const auto size = static_cast<tmsize_t>(ChunkBytes());
     const tmsize_t got = tiled ? TIFFReadEncodedTile(tif_, chunk, buffer, size)
                                : TIFFReadEncodedStrip(tif_, chunk, buffer, size);

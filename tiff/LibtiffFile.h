@@ -15,7 +15,8 @@ class LibtiffFile {
   public:
     static constexpr std::uint64_t kLargestChunk = 256u << 20;
 
-    // "rm" to read, "r+cm" to rewrite strips in place without strip chopping;
+    // "rm" to read, "r+m" to rewrite strips in place, "c" to read without
+    // strip chopping (update mode chops one uncompressed strip regardless);
     // "m" reads through the file rather than a mapping of it.
     // Opening fails (Handle() nil) for anything libtiff can't read as a TIFF.
     LibtiffFile(const std::string& path, const char* mode);
@@ -28,6 +29,9 @@ class LibtiffFile {
 
     // Why the file can't be equalized, saying what it is; empty when it can.
     std::string Unusable() const;
+    // Whether the other file's strips or tiles hold the same samples in the
+    // same places, so that one's decoded chunk can be written into the other.
+    bool SameLayout(const LibtiffFile& other) const;
     // Whether the file is exactly what the one-strip engine streams: one
     // uncompressed interleaved RGB strip of 8- or 16-bit samples, nothing else.
     bool OneStripPlain() const;
