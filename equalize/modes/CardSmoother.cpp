@@ -106,7 +106,11 @@ void CardSmoother::AddRow(const double* rgb) {
 }
 
 void CardSmoother::FilterAcross(const double* rgb) {
-    for (std::size_t i = 0; i < std::size_t{width_} * 3; ++i) prefix_[i + 3] = prefix_[i] + rgb[i];
+    double running[3] = {};  // kept apart from prefix_, whose stores the next sum would wait on
+    for (std::size_t i = 0; i < std::size_t{width_} * 3; ++i) {
+        running[i % 3] += rgb[i];
+        prefix_[i + 3] = running[i % 3];
+    }
     for (std::size_t node = 0; node < across_.nodes.size(); ++node) {
         const std::uint32_t from = across_.from[node], to = across_.to[node];
         const double middle = (from + to) / 2.0;
