@@ -151,7 +151,12 @@ void CardSmoother::Accumulate(std::uint32_t y) {
     }
 }
 
+void CardSmoother::RequireAllRows() const {
+    if (nextRow_ < height_) throw std::logic_error("The card's rows aren't all in.");
+}
+
 CardSmoother::ChannelExtremes CardSmoother::Extremes() const {
+    RequireAllRows();
     ChannelExtremes extremes{};
     for (int c = 0; c < 3; ++c) {
         extremes.max[c] = extremes.min[c] = grid_[c];
@@ -183,6 +188,8 @@ void CardSmoother::PlaceOfFirst(int channel, double value, std::size_t node, std
 }
 
 void CardSmoother::Row(std::uint32_t y, double* rgb) const {
+    RequireAllRows();
+    if (y >= height_) throw std::out_of_range("The card has no such row.");
     const std::size_t values = reduced_.size();
     const std::uint32_t above = down_.before[y];
     const std::uint32_t below = std::min<std::uint32_t>(above + 1, down_.nodes.size() - 1);
