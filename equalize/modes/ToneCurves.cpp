@@ -101,11 +101,12 @@ std::uint16_t ToneCurves::Sample(int channel, double linear) const {
     const double value = HeldToUnit(linear);  // not-a-number is taken as 0
     const double* middles = Middles(channel);
     std::uint32_t next = buckets_[channel * (kBuckets + 1) + Bucket(value)];
-    // Three steps without branches cover the buckets of the usual curves; a
-    // fuller bucket goes on by halves.
-    next += middles[next] < value;
-    next += middles[next] < value;
-    next += middles[next] < value;
+    // The bucket's first three midpoints, compared at once, cover the buckets
+    // of the usual curves (the last one, above everything, stops the count
+    // there); a fuller bucket goes on by halves.
+    const std::uint32_t top = ceiling_ + 1;
+    next += (middles[next] < value) + (middles[std::min(next + 1, top)] < value) +
+            (middles[std::min(next + 2, top)] < value);
     if (middles[next] < value) {
         next = static_cast<std::uint32_t>(
             std::lower_bound(middles + next, middles + ceiling_ + 1, value) - middles);
