@@ -8,8 +8,6 @@
 // take turns, so that each ratio compares runs made side by side. The numbered
 // lines are the targets.
 
-#include <lcms2.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -17,25 +15,17 @@
 #include <vector>
 
 #include "BenchSupport.h"
+#include "support/SavedProfile.h"
 
 namespace fs = std::filesystem;
 using namespace bench;
 
 namespace {
-std::vector<std::uint8_t> SrgbProfile() {
-    cmsHPROFILE profile = cmsCreate_sRGBProfile();
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<std::uint8_t> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    return bytes;
-}
-
 void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     const fs::path white = dir / "white.tif", subject = dir / "subject.tif", out = dir / "out";
-    WriteWhiteCard(white, bits, SrgbProfile());
-    WriteSubject(subject, bits, SrgbProfile());
+    const std::vector<std::uint8_t> srgb = SavedProfile(cmsCreate_sRGBProfile());
+    WriteWhiteCard(white, bits, srgb);
+    WriteSubject(subject, bits, srgb);
     const auto prepare = [&out](std::vector<fs::path> files) {
         return [&out, files] {
             Empty(out);

@@ -5,17 +5,14 @@
 
 #include "CardSmoother.h"
 #include "ToneCurves.h"
+#include "support/SavedProfile.h"
 
 namespace {
 // The profile, or one with the curve on all three channels, as a file embeds it.
 std::vector<std::uint8_t> Icc(cmsHPROFILE profile, cmsToneCurve* curve = nullptr) {
     cmsToneCurve* curves[3] = {curve, curve, curve};
-    if (!profile) profile = cmsCreateRGBProfile(cmsD50_xyY(), nullptr, curves);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<std::uint8_t> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
+    auto bytes =
+        SavedProfile(profile ? profile : cmsCreateRGBProfile(cmsD50_xyY(), nullptr, curves));
     cmsFreeToneCurve(curve);
     return bytes;
 }
