@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-# Options and JSON (CLI11, nlohmann-json), the card report's colour (LittleCMS),
+# Options and JSON (CLI11, nlohmann-json), the card report's colour and the
+# correction modes' tone curves (LittleCMS; the samples' maker loads it too),
 # PNG writing, the icon's sizes, and making and checking the .deb
 # (dpkg-shlibdeps needs `file`); GNU parallel for the sharded-run test.
 PACKAGES=(cmake ninja-build g++ python3 libgtest-dev libtiff-dev libtiff-tools zlib1g-dev

@@ -9,6 +9,7 @@
 
 #include "support/AnalyzeRun.h"
 #include "support/LibtiffFiles.h"
+#include "support/SavedProfile.h"
 #include "support/TempFolder.h"
 
 using namespace testing_tiff;
@@ -24,16 +25,6 @@ double GreyOfLightness(double L) {
     return Y <= 0.0031308 ? 12.92 * Y : 1.055 * std::pow(Y, 1 / 2.4) - 0.055;
 }
 
-std::vector<std::uint8_t> SrgbProfile() {
-    cmsHPROFILE profile = cmsCreate_sRGBProfile();
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::vector<std::uint8_t> bytes(size);
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
-    return bytes;
-}
-
 void WriteCard(const std::filesystem::path& path, std::uint16_t bits, bool bigEndian, bool profile,
                const std::function<Rgb(std::uint32_t, std::uint32_t)>& pixel) {
     std::vector<std::uint16_t> samples;
@@ -43,7 +34,7 @@ void WriteCard(const std::filesystem::path& path, std::uint16_t bits, bool bigEn
             for (double v : pixel(x, y)) samples.push_back(std::uint16_t(std::lround(v * ceiling)));
     LibtiffImage image = ImageOfSamples(kW, kH, bits, samples);
     image.bigEndian = bigEndian;
-    if (profile) image.profile = SrgbProfile();
+    if (profile) image.profile = SavedProfile(cmsCreate_sRGBProfile());
     WriteWithLibtiff(path, image);
 }
 

@@ -106,7 +106,14 @@ void CardSmoother::AddRow(const double* rgb) {
 }
 
 void CardSmoother::FilterAcross(const double* rgb) {
-    for (std::size_t i = 0; i < std::size_t{width_} * 3; ++i) prefix_[i + 3] = prefix_[i] + rgb[i];
+    // The running sums stay in registers: read back from prefix_, each add
+    // would wait on the store before it.
+    double red = 0.0, green = 0.0, blue = 0.0;
+    for (std::size_t i = 0; i < std::size_t{width_} * 3; i += 3) {
+        prefix_[i + 3] = red += rgb[i];
+        prefix_[i + 4] = green += rgb[i + 1];
+        prefix_[i + 5] = blue += rgb[i + 2];
+    }
     for (std::size_t node = 0; node < across_.nodes.size(); ++node) {
         const std::uint32_t from = across_.from[node], to = across_.to[node];
         const double middle = (from + to) / 2.0;
@@ -147,7 +154,12 @@ void CardSmoother::Accumulate(std::uint32_t y) {
     }
 }
 
+void CardSmoother::RequireAllRows() const {
+    if (nextRow_ < height_) throw std::logic_error("The card's rows aren't all in.");
+}
+
 CardSmoother::ChannelExtremes CardSmoother::Extremes() const {
+    RequireAllRows();
     ChannelExtremes extremes{};
     for (int c = 0; c < 3; ++c) {
         extremes.max[c] = extremes.min[c] = grid_[c];
@@ -179,21 +191,28 @@ void CardSmoother::PlaceOfFirst(int channel, double value, std::size_t node, std
 }
 
 void CardSmoother::Row(std::uint32_t y, double* rgb) const {
+    RequireAllRows();
+    if (y >= height_) throw std::out_of_range("The card has no such row.");
     const std::size_t values = reduced_.size();
     const std::uint32_t above = down_.before[y];
     const std::uint32_t below = std::min<std::uint32_t>(above + 1, down_.nodes.size() - 1);
     const double share = down_.weight[y];
-    // Down first, at the node columns; then across to every pixel.
-    std::vector<double> nodes(values);
+    // Down first, at the node columns; then across, a span between two node
+    // columns at a time. The scratch row is the thread's own.
+    thread_local std::vector<double> nodes;
+    nodes.resize(values);
     for (std::size_t i = 0; i < values; ++i) {
         nodes[i] = Between(grid_[above * values + i], grid_[below * values + i], share);
     }
     const std::size_t last = across_.nodes.size() - 1;
-    for (std::uint32_t x = 0; x < width_; ++x) {
-        const std::size_t left = across_.before[x], right = std::min(left + 1, last);
-        for (int c = 0; c < 3; ++c) {
-            rgb[x * std::size_t{3} + c] =
-                Between(nodes[left * 3 + c], nodes[right * 3 + c], across_.weight[x]);
+    for (std::size_t node = 0; node <= last; ++node) {
+        const double* left = &nodes[node * 3];
+        const double* right = &nodes[std::min(node + 1, last) * 3];
+        const std::uint32_t end = node < last ? across_.nodes[node + 1] : width_;
+        for (std::uint32_t x = across_.nodes[node]; x < end; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                rgb[x * std::size_t{3} + c] = Between(left[c], right[c], across_.weight[x]);
+            }
         }
     }
 }

@@ -33,6 +33,7 @@ class CardSmoother {
     struct ChannelExtremes {
         double max[3], min[3];
         std::uint32_t maxX[3], maxY[3];
+        bool operator==(const ChannelExtremes&) const = default;
     };
     // After the last row: per channel, the smoothed card's brightest and
     // darkest value, and the place of the first brightest in row-major order.
@@ -42,7 +43,8 @@ class CardSmoother {
     ChannelExtremes Extremes() const;
 
     // The smoothed row y (width x 3 values), any y in any order, after the
-    // last row. Const: threads may share one smoother.
+    // last row. Const: threads may share one smoother. Asked too early, or for
+    // a row the card hasn't, it and Extremes() throw rather than read wrong.
     void Row(std::uint32_t y, double* rgb) const;
 
   private:
@@ -57,6 +59,7 @@ class CardSmoother {
         std::vector<std::uint32_t> before;     // per pixel: the last node at or before it
         std::vector<double> weight;            // per pixel: the share of the node after
     };
+    void RequireAllRows() const;
     void FilterAcross(const double* rgb);
     void Accumulate(std::uint32_t y);
     std::size_t Slot(std::size_t nodeRow) const;

@@ -20,7 +20,10 @@ double HeldToUnit(double value) {
 }  // namespace
 
 ToneCurves::ToneCurves(std::uint32_t ceiling)
-    : ceiling_(ceiling), linear_(3 * (ceiling + 1)), buckets_(3 * (kBuckets + 1)) {}
+    : ceiling_(ceiling),
+      linear_(3 * (ceiling + 1)),
+      middles_(3 * (ceiling + 2)),
+      buckets_(3 * (kBuckets + 1)) {}
 
 std::optional<ToneCurves> ToneCurves::FromProfile(const std::vector<std::uint8_t>& icc, int bits,
                                                   std::string& why) {
@@ -53,17 +56,34 @@ std::optional<ToneCurves> ToneCurves::FromProfile(const std::vector<std::uint8_t
             why = "its ICC profile has a tone curve that falls";
             return std::nullopt;
         }
-        curves.BuildBuckets(channel);
+        curves.BuildInverse(channel);
     }
     return curves;
 }
 
-void ToneCurves::BuildBuckets(int channel) {
-    std::uint32_t sample = 0;
+// Buckets are even steps of the square root of the linear value: tone curves
+// rise steeply from black, and in that measure every bucket holds about as
+// many samples, a few at most for gamma-like and sRGB curves.
+std::uint32_t ToneCurves::Bucket(double linear) {
+    return std::min(static_cast<std::uint32_t>(std::sqrt(linear) * kBuckets), kBuckets - 1);
+}
+
+void ToneCurves::BuildInverse(int channel) {
+    double* middles = &middles_[static_cast<std::size_t>(channel) * (ceiling_ + 2)];
+    middles[0] = -HUGE_VAL;
+    for (std::uint32_t sample = 1; sample <= ceiling_; ++sample) {
+        middles[sample] =
+            (linear_[Index(channel, sample - 1)] + linear_[Index(channel, sample)]) / 2;
+    }
+    middles[ceiling_ + 1] = HUGE_VAL;
+    std::uint32_t next = 1;
     for (std::uint32_t bucket = 0; bucket <= kBuckets; ++bucket) {
-        const double from = static_cast<double>(bucket) / kBuckets;
-        while (sample <= ceiling_ && linear_[Index(channel, sample)] < from) ++sample;
-        buckets_[channel * (kBuckets + 1) + bucket] = sample;
+        // A shade below the bucket's first value, so that no value that
+        // rounds into the bucket lies below its first midpoint.
+        const double root = static_cast<double>(bucket) / kBuckets;
+        const double from = root * root * (1.0 - 1e-12);
+        while (middles[next] < from) ++next;
+        buckets_[channel * (kBuckets + 1) + bucket] = next;
     }
 }
 
@@ -77,29 +97,19 @@ double ToneCurves::Linear(int channel, double sample) const {
     return below + fraction * (linear_[Index(channel, whole + 1)] - below);
 }
 
-std::uint32_t ToneCurves::FirstAtLeast(int channel, std::uint32_t from, std::uint32_t to,
-                                       double linear) const {
-    const auto begin = linear_.begin() + Index(channel, 0);
-    return static_cast<std::uint32_t>(std::lower_bound(begin + from, begin + to, linear) - begin);
-}
-
 std::uint16_t ToneCurves::Sample(int channel, double linear) const {
     const double value = HeldToUnit(linear);  // not-a-number is taken as 0
-    const auto bucket = std::min(static_cast<std::uint32_t>(value * kBuckets), kBuckets - 1);
-    const std::uint32_t* bounds = &buckets_[channel * (kBuckets + 1) + bucket];
-    // The first sample at or above the value lies between the bucket's bounds.
-    const std::uint32_t to = std::min(bounds[1], ceiling_);
-    const std::uint32_t above = FirstAtLeast(channel, std::min(bounds[0], to), to, value);
-    if (above == 0) return 0;
-    const double upper = linear_[Index(channel, above)];
-    const double lower = linear_[Index(channel, above - 1)];
-    if (upper >= value && upper - value < value - lower) return static_cast<std::uint16_t>(above);
-    // The nearest value lies below (or is the top one): where the curve is
-    // flat there, its lowest sample of that value is the answer.
-    const std::uint32_t nearest = upper < value ? above : above - 1;
-    const double best = linear_[Index(channel, nearest)];
-    if (nearest == 0 || linear_[Index(channel, nearest - 1)] < best) {
-        return static_cast<std::uint16_t>(nearest);
+    const double* middles = Middles(channel);
+    std::uint32_t next = buckets_[channel * (kBuckets + 1) + Bucket(value)];
+    // The bucket's first three midpoints, compared at once, cover the buckets
+    // of the usual curves (the last one, above everything, stops the count
+    // there); a fuller bucket goes on by halves.
+    const std::uint32_t top = ceiling_ + 1;
+    next += (middles[next] < value) + (middles[std::min(next + 1, top)] < value) +
+            (middles[std::min(next + 2, top)] < value);
+    if (middles[next] < value) {
+        next = static_cast<std::uint32_t>(
+            std::lower_bound(middles + next, middles + ceiling_ + 1, value) - middles);
     }
-    return static_cast<std::uint16_t>(FirstAtLeast(channel, 0, nearest, best));
+    return static_cast<std::uint16_t>(next - 1);
 }

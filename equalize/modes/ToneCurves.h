@@ -25,8 +25,9 @@ class ToneCurves {
     // Between whole samples, linearly; exact at whole samples; the sample is
     // held to [0, ceiling] first.
     double Linear(int channel, double sample) const;
-    // The sample whose Linear() is nearest to linear, the lower one on a tie.
-    // Work is bounded: a bucket table narrows the search to a few samples.
+    // The sample whose Linear() is nearest to linear, the lower one on a tie
+    // (that is, unless linear lies above the midpoint of the two). A lookup
+    // in a table of buckets and a few comparisons.
     std::uint16_t Sample(int channel, double linear) const;
 
   private:
@@ -34,15 +35,19 @@ class ToneCurves {
     std::size_t Index(int channel, std::uint32_t sample) const {
         return static_cast<std::size_t>(channel) * (ceiling_ + 1) + sample;
     }
-    void BuildBuckets(int channel);
-    // The first sample of the channel in [from, to] whose Linear() is at
-    // least linear, or to when none is.
-    std::uint32_t FirstAtLeast(int channel, std::uint32_t from, std::uint32_t to,
-                               double linear) const;
+    const double* Middles(int channel) const {
+        return &middles_[static_cast<std::size_t>(channel) * (ceiling_ + 2)];
+    }
+    static std::uint32_t Bucket(double linear);
+    void BuildInverse(int channel);
 
     std::uint32_t ceiling_;
     std::vector<double> linear_;  // three channels of ceiling + 1 values
-    // Per channel, kBuckets + 1 entries: the first sample whose Linear() is at
-    // least bucket / kBuckets (ceiling + 1 when none is).
+    // Per channel, ceiling + 2 values: below everything, then the midpoints of
+    // the Linear() of neighbouring samples, then above everything. The sample
+    // nearest to a value is the count of midpoints below it.
+    std::vector<double> middles_;
+    // Per channel, kBuckets + 1 entries: the first midpoint at or above the
+    // bucket's first value.
     std::vector<std::uint32_t> buckets_;
 };
