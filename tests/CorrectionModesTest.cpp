@@ -84,14 +84,14 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
         return v;
     }
     std::string Make(const char* name, const Pixels& pixels) {
-        TiffSpec spec = testing_tiff::SpecOf(6, 4, road.bits, road.little);
-        spec.iccProfile = Profile(mode.profile);
+        TiffSpec image = testing_tiff::SpecOf(6, 4, road.bits, road.little);
+        image.iccProfile = Profile(mode.profile);
         const std::vector<double> v = Values(pixels);
-        spec.pixel = [&](auto x, auto y) {
+        image.pixel = [&](auto x, auto y) {
             return Of(v[y * 18 + x * 3], v[y * 18 + x * 3 + 1], v[y * 18 + x * 3 + 2]);
         };
         const std::string path = dir / (std::string(name) + ".tif"), made = dir / "made.tif";
-        testing_tiff::WriteTiff(path, spec);
+        testing_tiff::WriteTiff(path, image);
         const std::string remake = "tiffcp " + road.tiffcp + (road.little ? " -L " : " -B ") +
                                    path + " " + made + " && mv " + made + " " + path;
         EXPECT_TRUE(road.tiffcp.empty() || std::system(remake.c_str()) == 0);
@@ -236,9 +236,9 @@ TEST(CorrectionModesSmooth, DustAndGrainDontPrint) {
 TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     TempFolder dir;
     const auto make = [&](const char* name, std::uint32_t width, int bits, std::string icc) {
-        TiffSpec spec = testing_tiff::SpecOf(width, 4, bits, true);
-        spec.iccProfile = std::move(icc);
-        testing_tiff::WriteTiff(dir / name, spec);
+        TiffSpec image = testing_tiff::SpecOf(width, 4, bits, true);
+        image.iccProfile = std::move(icc);
+        testing_tiff::WriteTiff(dir / name, image);
         return (dir / name).string();
     };
     const std::string card = make("card.tif", 6, 16, ""), small = make("small.tif", 5, 16, ""),
