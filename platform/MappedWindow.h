@@ -21,6 +21,8 @@ class MappedWindow {
     // file can't be mapped. A nil answer leaves the last answer valid.
     const std::uint8_t* At(std::int64_t position, std::size_t count);
 
+    struct Place;  // where the window is known to the bus error handler
+
   private:
     bool Holds(std::int64_t position, std::size_t count) const;
     void Unmap();
@@ -29,4 +31,5 @@ class MappedWindow {
     std::uint8_t* base_ = nullptr;  // the window's first byte
     std::int64_t start_ = 0;        // its place in the file
     std::size_t length_ = 0;
+    Place* place_ = nullptr;
 };
