@@ -23,6 +23,11 @@ struct Run {
     double system = 0;
 };
 
+// User and system time together.
+inline double CpuSeconds(const Run& run) {
+    return run.user + run.system;
+}
+
 // Runs a program to its end with stdout to /dev/null; exits the benchmark
 // when the program fails.
 Run Execute(const std::vector<std::string>& argv);

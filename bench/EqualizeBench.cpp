@@ -80,13 +80,12 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
     Print("equalize, 8 subjects, taskset -c 0", pinned);
     Print("analyze (the white card scan)", scan);
     Print("cat of the white card", read);
-    const auto cpu = [](const Run& r) { return r.user + r.system; };
     std::printf("  1. each further subject   %6.3f s  %5.2f x cp   (target <= 2.0; CPU %.2f x)\n",
-                each, each / cp.seconds, eachCpu / cpu(cp));
+                each, each / cp.seconds, eachCpu / CpuSeconds(cp));
     std::printf("  2. white card scan                   %5.2f x cat  (target <= 1.5; CPU %.2f x)\n",
-                scan.seconds / read.seconds, cpu(scan) / cpu(read));
+                scan.seconds / read.seconds, CpuSeconds(scan) / CpuSeconds(read));
     std::printf("  3. one subject, start and scan in    %5.2f x cp   (target <= 3.0; CPU %.2f x)\n",
-                one.seconds / cp.seconds, cpu(one) / cpu(cp));
+                one.seconds / cp.seconds, CpuSeconds(one) / CpuSeconds(cp));
     std::printf("  4. 8 subjects, files/s on all cores  %5.2f x one core (target >= 1.7)\n",
                 pinned.seconds / both.seconds);
     std::printf("  6. peak memory of equalize  %7.1f MiB       (target <= 16)\n", peak / 1024.0);

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "Correction.h"
-#include "EightBitVectorLoop.h"
 #include "VectorClones.h"
+#include "VectorRowLoops.h"
 
 namespace {
 // The hot loop of the program: a straight walk over the row with no calls that
@@ -45,13 +45,14 @@ PixelLoop ChooseLoop(bool eightBit, bool subjectSwap, bool whiteSwap) {
 void CorrectRow(const PixelLayout& subject, bool whiteLittleEndian, double targetLevel,
                 const std::uint8_t* subjectRow, const std::uint8_t* whiteRow, std::uint8_t* out) {
     const std::size_t pixels = subject.pixels;
+    const bool whiteSwapped = subject.InOrder(whiteLittleEndian).Swapped();
     const std::size_t done =
-        subject.EightBit() && EightBitVectorLoopAvailable()
-            ? CorrectEightBitBlocks(targetLevel, subjectRow, whiteRow, out, pixels)
-            : 0;
+        !VectorRowLoopsAvailable() ? 0
+        : subject.EightBit() ? CorrectEightBitBlocks(targetLevel, subjectRow, whiteRow, out, pixels)
+                             : CorrectSixteenBitBlocks(targetLevel, subject.Swapped(), whiteSwapped,
+                                                       subjectRow, whiteRow, out, pixels);
     const std::size_t skip = done * subject.pixelBytes;
-    const PixelLoop loop = ChooseLoop(subject.EightBit(), subject.Swapped(),
-                                      subject.InOrder(whiteLittleEndian).Swapped());
+    const PixelLoop loop = ChooseLoop(subject.EightBit(), subject.Swapped(), whiteSwapped);
     loop(targetLevel, subject.Ceiling(), subjectRow + skip, whiteRow + skip, out + skip,
          pixels - done);
     const std::size_t whole = pixels * subject.pixelBytes;

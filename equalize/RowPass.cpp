@@ -97,19 +97,19 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
     Progress& bar = host_.EqualizeProgress();
     std::int64_t previewRow = 0;
     for (std::int64_t y = 0; y < tiff_.ImageHeight; ++y) {
-        subjectRows.Read(rows_.subject);
-        if (!files_.corrector) whiteRows.Read(rows_.white);
+        const std::uint8_t* subject = subjectRows.Next(rows_.subject);
+        const std::uint8_t* white = files_.corrector ? nullptr : whiteRows.Next(rows_.white);
         const bool sampled = y % geometry_.rowStep == 0;
         if (Cancelled()) {
             Cancel();
             return RowPassEnd::Cancelled;
         }
         if (files_.corrector)
-            files_.corrector->Correct(static_cast<std::uint32_t>(y), layout_, rows_.subject.Data(),
+            files_.corrector->Correct(static_cast<std::uint32_t>(y), layout_, subject,
                                       rows_.output.Data());
         else
-            CorrectRow(layout_, files_.white.LittleEndian, targetLevel_, rows_.subject.Data(),
-                       rows_.white.Data(), rows_.output.Data());
+            CorrectRow(layout_, files_.white.LittleEndian, targetLevel_, subject, white,
+                       rows_.output.Data());
         if (sampled && length > 0 && host_.ShowPreviews())
             SamplePreviewRow(geometry_, layout_, rows_.output.Data(), preview, previewRow);
         files_.output.WriteAt(at, rows_.output.Data(), length);

@@ -214,6 +214,12 @@ void BinaryStream::WriteUInt32(std::uint32_t value) {
     WriteUnsigned(4, value);
 }
 
+int BinaryStream::Descriptor() {
+    if (memoryLength_ >= 0) return -1;
+    if (lastWasWrite_) Flush();
+    return ::fileno(Handle());
+}
+
 int BinaryStream::LastErrorCode() {
     if (file_) Flush();
     return lastError_;

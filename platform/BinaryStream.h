@@ -59,6 +59,10 @@ class BinaryStream {
     std::size_t ReadAt(std::int64_t position, std::uint8_t* dest, std::size_t count);
     void WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count);
 
+    // The file's descriptor, for reading it by other means, with pending
+    // output pushed to the file first; -1 for bytes in memory.
+    int Descriptor();
+
     // 0 while every write so far reached the file. Pending output is pushed to
     // the file first, so a failure that buffering would hide still shows here.
     int LastErrorCode();

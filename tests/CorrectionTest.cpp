@@ -40,8 +40,8 @@ PixelLayout LayoutOf(const Row& subject) {
 
 class RowIsTheFormula : public ::testing::TestWithParam<std::tuple<int, Orders>> {};
 
-// The row loops (plain, cloned for wider vector units, and the 8-bit AVX-512
-// one) against the reference for every 8-bit white green and sample, or edge
+// The row loops (plain, cloned for wider vector units, and the AVX-512
+// ones) against the reference for every 8-bit white green and sample, or edge
 // values in 16 bits, under targets between whole numbers and far beyond the
 // ceiling. The row ends a few pixels short of a vector's worth, and the
 // buffers are exactly as long as the row, for the address sanitizer.

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
+#include "MemoryBlock.h"
+#include "RowReader.h"
 #include "TiffFile.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
@@ -129,6 +133,29 @@ TEST(TiffReader, FilesCutInTheirHeaderAreReadSafely) {
     const std::string whole = BuildTiff(TiffSpec{}).bytes;
     TempFolder folder;
     for (std::size_t cut : {3, 9, 50}) EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut)));
+}
+
+// Rows handed over in place are the rows a read into a buffer gives: across
+// the seams of the mapped windows, from an offset inside a page, and past the
+// end of the file, where a row cut short keeps the rest of the row before it.
+TEST(RowReader, RowsInPlaceAreTheRowsRead) {
+    struct Case {
+        std::size_t fileBytes, first, rowBytes;
+    };
+    TempFolder folder;
+    for (const Case c : {Case{(5 << 19) + 7, 140, 36000}, Case{100, 3, 9}}) {
+        std::string bytes(c.fileBytes, '\0');
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<char>(i * 131 + i / 4099);
+        WriteFile(folder / "rows", bytes);
+        const auto stream = BinaryStream::Open(FolderItem(folder / "rows"));
+        MemoryBlock read(c.rowBytes), fallback(c.rowBytes);
+        RowReader byRead(*stream, c.first, c.rowBytes), inPlace(*stream, c.first, c.rowBytes);
+        for (std::size_t row = 0; c.first + row * c.rowBytes <= c.fileBytes + c.rowBytes; ++row) {
+            byRead.Read(read);
+            ASSERT_EQ(std::memcmp(inPlace.Next(fallback), read.Data(), c.rowBytes), 0) << row;
+        }
+    }
 }
 
 }  // namespace

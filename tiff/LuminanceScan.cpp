@@ -103,10 +103,9 @@ void ScanRow(const GreenRow<Sample, Swap>& row, const std::uint8_t* data, std::s
 template <class Sample, bool Swap>
 void ScanRows(RowReader& rows, MemoryBlock& buffer, const PixelLayout& layout, std::int64_t height,
               Progress& bar, RunningLuminance& run, std::int64_t& px, std::int64_t& py) {
-    const GreenRow<Sample, Swap> row(buffer.Data(), layout);
     for (std::int64_t r = 1; r <= height; ++r) {
-        rows.Read(buffer);
-        ScanRow(row, buffer.Data(), layout.rowBytes, r - 1, run, px, py);
+        const std::uint8_t* data = rows.Next(buffer);
+        ScanRow(GreenRow<Sample, Swap>(data, layout), data, layout.rowBytes, r - 1, run, px, py);
         bar.SetValue(static_cast<double>(r));
         bar.Refresh();
     }

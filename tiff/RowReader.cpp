@@ -1,12 +1,16 @@
 #include "RowReader.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "MemoryBlock.h"
 #include "WrappingMath.h"
 
 RowReader::RowReader(BinaryStream& stream, std::int64_t firstRow, std::size_t rowBytes)
-    : stream_(stream), rowBytes_(rowBytes), next_(std::max<std::int64_t>(firstRow, 0)) {
+    : stream_(stream),
+      rowBytes_(rowBytes),
+      next_(std::max<std::int64_t>(firstRow, 0)),
+      window_(stream.Descriptor()) {
     stream_.SetPosition(next_);
 }
 
@@ -28,6 +32,21 @@ std::size_t RowReader::Read(std::uint8_t* dest) {
 
 std::size_t RowReader::Read(MemoryBlock& dest) {
     return ReadInto(dest.Data(), std::min(rowBytes_, dest.Size()));
+}
+
+// A row cut short by the end of the file keeps the rest of the row before it,
+// as a read into the same buffer would have, also when that row came in place.
+const std::uint8_t* RowReader::Next(MemoryBlock& fallback) {
+    if (const std::uint8_t* row = window_.At(next_, rowBytes_)) {
+        next_ += static_cast<std::int64_t>(rowBytes_);
+        lastInPlace_ = row;
+        return row;
+    }
+    if (lastInPlace_)
+        std::memcpy(fallback.Data(), lastInPlace_, std::min(rowBytes_, fallback.Size()));
+    lastInPlace_ = nullptr;
+    Read(fallback);
+    return fallback.Data();
 }
 
 void RowReader::Skip() {

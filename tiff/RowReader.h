@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "BinaryStream.h"
+#include "MappedWindow.h"
 
 class MemoryBlock;
 
@@ -26,6 +27,10 @@ class RowReader {
     // the bytes that arrived.
     std::size_t Read(std::uint8_t* dest);
     std::size_t Read(MemoryBlock& dest);
+    // The next row where it lies, in the file's own bytes in memory (valid
+    // until the next call), when the whole row is in the file; else the row
+    // read into fallback as Read does, and fallback's bytes.
+    const std::uint8_t* Next(MemoryBlock& fallback);
     void Skip();
     // Puts the stream behind the last row walked.
     void Settle();
@@ -38,4 +43,6 @@ class RowReader {
     BinaryStream& stream_;
     std::size_t rowBytes_;
     std::int64_t next_;  // where the next row starts
+    MappedWindow window_;
+    const std::uint8_t* lastInPlace_ = nullptr;  // the last row Next gave from the file
 };
