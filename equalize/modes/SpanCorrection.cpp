@@ -1,18 +1,13 @@
 #include "SpanCorrection.h"
 
+#include <algorithm>
+
 #include "Correction.h"
 #include "PixelLayout.h"
 #include "ToneCurves.h"
 #include "VectorClones.h"
 
 namespace {
-// In linear light the ceiling is 1; an infinite gain on black stays black.
-std::uint16_t LinearSample(const ToneCurves& curves, int colour, double gain, double sample) {
-    const double product = gain * curves.Linear(colour, static_cast<std::uint16_t>(sample));
-    const double held = product > 1.0 ? 1.0 : product;
-    return curves.Sample(colour, held >= 0.0 ? held : 0.0);
-}
-
 // The common case, interleaved pixels in sample units, as a straight loop the
 // compiler can keep in vector registers: which gains and whether a dark frame
 // is subtracted are template arguments, not tests in the loop.
@@ -62,17 +57,54 @@ void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
                 sample -= with.dark[p * 3 + c];
                 if (sample < 0.0) sample = 0.0;
             }
-            StoreSample<Sample, Swap>(
-                pixel + k * w, with.curves
-                                   ? LinearSample(*with.curves, static_cast<int>(c), gain, sample)
-                                   : CorrectedSample(gain, sample, ceiling));
+            StoreSample<Sample, Swap>(pixel + k * w, CorrectedSample(gain, sample, ceiling));
+        }
+    }
+}
+
+// Linear light, one colour at a time and in two passes over a stretch of
+// pixels: first every sample's linear value times its gain, then every
+// lookup of the sample back. The lookups depend on nothing but their own
+// value, so the processor overlaps many of them instead of waiting on each
+// one's chain of table reads in turn.
+template <class Sample, bool Swap>
+void CorrectLinear(const SampleSpan& span, const SpanGains& with) {
+    constexpr std::size_t w = sizeof(Sample);
+    constexpr std::size_t kStretch = 256;
+    const ToneCurves& curves = *with.curves;
+    double values[kStretch];
+    for (std::size_t k = 0; k < span.colours; ++k) {
+        const std::size_t c = span.firstColour + k;
+        const int colour = static_cast<int>(c);
+        const double* gains = with.gains + (with.perPixel == 3 ? c : 0);
+        for (std::size_t from = 0; from < span.pixels; from += kStretch) {
+            const std::size_t n = std::min(kStretch, span.pixels - from);
+            std::uint8_t* first = span.samples + (from * span.stride + k) * w;
+            for (std::size_t i = 0; i < n; ++i) {
+                const std::size_t p = from + i;
+                double sample = LoadSample<Sample, Swap>(first + i * span.stride * w);
+                if (with.dark) {
+                    sample -= with.dark[p * 3 + c];
+                    if (sample < 0.0) sample = 0.0;
+                }
+                // An infinite gain on black stays black; the ceiling is 1.
+                const double product = gains[p * with.perPixel] *
+                                       curves.Linear(colour, static_cast<std::uint16_t>(sample));
+                const double held = product > 1.0 ? 1.0 : product;
+                values[i] = held >= 0.0 ? held : 0.0;
+            }
+            for (std::size_t i = 0; i < n; ++i)
+                StoreSample<Sample, Swap>(first + i * span.stride * w,
+                                          curves.Sample(colour, values[i]));
         }
     }
 }
 
 template <class Sample, bool Swap>
 void Correct(const SampleSpan& span, const SpanGains& with) {
-    if (span.stride == 3 && span.colours == 3 && !with.curves)
+    if (with.curves)
+        CorrectLinear<Sample, Swap>(span, with);
+    else if (span.stride == 3 && span.colours == 3)
         CorrectInterleaved<Sample, Swap>(span, with);
     else
         CorrectSamples<Sample, Swap>(span, with);

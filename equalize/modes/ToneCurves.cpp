@@ -7,16 +7,10 @@
 #include <memory>
 
 namespace {
-constexpr std::uint32_t kBuckets = 1 << 16;
-
 struct ProfileCloser {
     void operator()(void* profile) const { cmsCloseProfile(profile); }
 };
 using Profile = std::unique_ptr<void, ProfileCloser>;
-
-double HeldToUnit(double value) {
-    return value > 1.0 ? 1.0 : (value > 0.0 ? value : 0.0);
-}
 }  // namespace
 
 ToneCurves::ToneCurves(std::uint32_t ceiling)
@@ -61,13 +55,6 @@ std::optional<ToneCurves> ToneCurves::FromProfile(const std::vector<std::uint8_t
     return curves;
 }
 
-// Buckets are even steps of the square root of the linear value: tone curves
-// rise steeply from black, and in that measure every bucket holds about as
-// many samples, a few at most for gamma-like and sRGB curves.
-std::uint32_t ToneCurves::Bucket(double linear) {
-    return std::min(static_cast<std::uint32_t>(std::sqrt(linear) * kBuckets), kBuckets - 1);
-}
-
 void ToneCurves::BuildInverse(int channel) {
     double* middles = &middles_[static_cast<std::size_t>(channel) * (ceiling_ + 2)];
     middles[0] = -HUGE_VAL;
@@ -95,21 +82,4 @@ double ToneCurves::Linear(int channel, double sample) const {
     const double fraction = sample - whole;
     if (fraction == 0.0) return below;
     return below + fraction * (linear_[Index(channel, whole + 1)] - below);
-}
-
-std::uint16_t ToneCurves::Sample(int channel, double linear) const {
-    const double value = HeldToUnit(linear);  // not-a-number is taken as 0
-    const double* middles = Middles(channel);
-    std::uint32_t next = buckets_[channel * (kBuckets + 1) + Bucket(value)];
-    // The bucket's first three midpoints, compared at once, cover the buckets
-    // of the usual curves (the last one, above everything, stops the count
-    // there); a fuller bucket goes on by halves.
-    const std::uint32_t top = ceiling_ + 1;
-    next += (middles[next] < value) + (middles[std::min(next + 1, top)] < value) +
-            (middles[std::min(next + 2, top)] < value);
-    if (middles[next] < value) {
-        next = static_cast<std::uint32_t>(
-            std::lower_bound(middles + next, middles + ceiling_ + 1, value) - middles);
-    }
-    return static_cast<std::uint16_t>(next - 1);
 }

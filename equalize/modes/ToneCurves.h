@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -28,9 +30,34 @@ class ToneCurves {
     // The sample whose Linear() is nearest to linear, the lower one on a tie
     // (that is, unless linear lies above the midpoint of the two). A lookup
     // in a table of buckets and a few comparisons.
-    std::uint16_t Sample(int channel, double linear) const;
+    std::uint16_t Sample(int channel, double linear) const {
+        const double value = HeldToUnit(linear);  // not-a-number is taken as 0
+        const double* middles = Middles(channel);
+        std::uint32_t next = buckets_[channel * (kBuckets + 1) + Bucket(value)];
+        // The bucket's first three midpoints, compared at once, cover the
+        // buckets of the usual curves (the last one, above everything, stops
+        // the count there); a fuller bucket goes on by halves.
+        const std::uint32_t top = ceiling_ + 1;
+        next += (middles[next] < value) + (middles[std::min(next + 1, top)] < value) +
+                (middles[std::min(next + 2, top)] < value);
+        if (middles[next] < value) [[unlikely]]
+            next = static_cast<std::uint32_t>(
+                std::lower_bound(middles + next, middles + ceiling_ + 1, value) - middles);
+        return static_cast<std::uint16_t>(next - 1);
+    }
 
   private:
+    static constexpr std::uint32_t kBuckets = 1 << 16;
+
+    static double HeldToUnit(double value) {
+        return value > 1.0 ? 1.0 : (value > 0.0 ? value : 0.0);
+    }
+    // Buckets are even steps of the square root of the linear value: tone
+    // curves rise steeply from black, and in that measure every bucket holds
+    // about as many samples, a few at most for gamma-like and sRGB curves.
+    static std::uint32_t Bucket(double linear) {
+        return std::min(static_cast<std::uint32_t>(std::sqrt(linear) * kBuckets), kBuckets - 1);
+    }
     explicit ToneCurves(std::uint32_t ceiling);
     std::size_t Index(int channel, std::uint32_t sample) const {
         return static_cast<std::size_t>(channel) * (ceiling_ + 1) + sample;
@@ -38,7 +65,6 @@ class ToneCurves {
     const double* Middles(int channel) const {
         return &middles_[static_cast<std::size_t>(channel) * (ceiling_ + 2)];
     }
-    static std::uint32_t Bucket(double linear);
     void BuildInverse(int channel);
 
     std::uint32_t ceiling_;
