@@ -36,11 +36,14 @@ class ToneCurves {
         std::uint32_t next = buckets_[channel * (kBuckets + 1) + Bucket(value)];
         // The bucket's first three midpoints, compared at once, cover the
         // buckets of the usual curves (the last one, above everything, stops
-        // the count there); a fuller bucket goes on by halves.
+        // the count there); a fuller bucket goes on by halves. Midpoints
+        // rise, so the fourth one below the value is what tells a fuller
+        // bucket, read beside the others rather than after their count.
         const std::uint32_t top = ceiling_ + 1;
+        const bool fuller = middles[std::min(next + 3, top)] < value;
         next += (middles[next] < value) + (middles[std::min(next + 1, top)] < value) +
                 (middles[std::min(next + 2, top)] < value);
-        if (middles[next] < value) [[unlikely]]
+        if (fuller) [[unlikely]]
             next = static_cast<std::uint32_t>(
                 std::lower_bound(middles + next, middles + ceiling_ + 1, value) - middles);
         return static_cast<std::uint16_t>(next - 1);
