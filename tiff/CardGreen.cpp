@@ -8,16 +8,6 @@
 #include "VectorClones.h"
 
 namespace {
-// Whether a row's bytes in the file are the decoded row: uncompressed
-// interleaved strips of whole bytes, in the bit order libtiff leaves alone.
-bool ReadableInPlace(const LibtiffFile& image) {
-    std::uint16_t fillOrder = FILLORDER_MSB2LSB;
-    return image.Handle() && image.compression == COMPRESSION_NONE && !image.tiled &&
-           image.planar == PLANARCONFIG_CONTIG && (image.bits == 8 || image.bits == 16) &&
-           TIFFGetFieldDefaulted(image.Handle(), TIFFTAG_FILLORDER, &fillOrder) &&
-           fillOrder == FILLORDER_MSB2LSB;
-}
-
 // Green alone from pixels of three samples: the card's commonest shape, in a
 // straight loop the compiler keeps in vector registers.
 template <class Sample, bool Swap>
@@ -45,7 +35,7 @@ void PickSamples(const std::uint8_t* row, std::uint16_t* out, std::size_t width,
 CardGreen::CardGreen(const std::string& path, std::size_t colours)
     : image_(path, "rm"),
       colours_(colours),
-      inPlace_(ReadableInPlace(image_)),
+      inPlace_(image_.Handle() && image_.RowsInPlace()),
       window_(inPlace_ ? TIFFFileno(image_.Handle()) : -1) {
     if (!Opened() || !image_.Unusable().empty()) return;
     bandRows_ = image_.BandRows();
