@@ -1,9 +1,13 @@
 #include "ChunkRewrite.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
+#include "PixelLayout.h"
 #include "RowCorrection.h"
 
 namespace {
@@ -27,6 +31,20 @@ void CorrectChunk(LibtiffFile& copy, CardGreen& card, double targetLevel, std::u
         CorrectHostSamples(targetLevel, green + place.x, data + r * place.rowBytes, place.width,
                            copy.SampleBytes(), copy.ChunkSamples(), planar ? 1 : 3);
     }
+}
+// A strip whose bytes are its rows in the host's order, and that fills its
+// place exactly, goes back where it stood in one write: libtiff would copy it
+// into its own buffer first, and leave the directory as it was all the same.
+tmsize_t WriteChunk(LibtiffFile& copy, std::uint32_t chunk, std::uint8_t* data, tmsize_t size) {
+    TIFF* tif = copy.Handle();
+    if (copy.tiled) return TIFFWriteEncodedTile(tif, chunk, data, size);
+    const std::uint64_t start = TIFFGetStrileOffset(tif, chunk);
+    const bool hostOrder = copy.bits == 8 || copy.bigEndian != kHostLittleEndian;
+    if (!copy.RowsInPlace() || !hostOrder || start == 0 || start > INT64_MAX ||
+        TIFFGetStrileByteCount(tif, chunk) != static_cast<std::uint64_t>(size))
+        return TIFFWriteEncodedStrip(tif, chunk, data, size);
+    return ::pwrite(TIFFFileno(tif), data, static_cast<std::size_t>(size),
+                    static_cast<off_t>(start));
 }
 }  // namespace
 
@@ -61,8 +79,7 @@ std::string RewriteChunks(LibtiffFile& subject, LibtiffFile& copy, CardGreen& ca
         else
             CorrectChunk(copy, card, targetLevel, data.data(), place, cardFailed);
         if (cardFailed) return "the white card's rows can't be decoded";
-        const tmsize_t written = copy.tiled ? TIFFWriteEncodedTile(tif, chunk, data.data(), size)
-                                            : TIFFWriteEncodedStrip(tif, chunk, data.data(), size);
+        const tmsize_t written = WriteChunk(copy, chunk, data.data(), size);
         if (written != size)
             return copy.Error().empty() ? "a strip can't be written" : copy.Error();
     }

@@ -198,6 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
             Layout{"BigEndianPackBits", "-B -r 16 -c packbits"},
             Layout{"TaggedLzw2", "-r 16 -c lzw:2", true},
             Layout{"CardInTilesLzw2", "-t -w 16 -l 16 -c lzw:2", false, true},
+            Layout{"CardBigEndianStrips", "-B -r 16", false, true},
             Layout{"CardPlanarDeflate2", nullptr, false, true, "tifffile_planar"},
             Layout{"ImageMagickStrips", nullptr, false, false, "imagemagick_strips"},
             Layout{"ImageMagickLzwIcc", nullptr, false, false, "imagemagick_lzw_icc"},

@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "LibtiffFile.h"
+#include "MappedWindow.h"
 
 class TiffFile;
 
 // The green samples of a white card read through libtiff, row by row, in the
 // host's byte order whatever the card's layout: the strip or row of tiles that
 // holds a row is decoded when a row of it is first asked for, so memory holds
-// one band of rows, not the card. With colours 3 a row holds the red, green
+// one band of rows, not the card. Rows of uncompressed interleaved strips are
+// taken from the file's bytes in place rather than decoded into a buffer
+// first. With colours 3 a row holds the red, green
 // and blue samples of each pixel instead, for cards averaged and dark frames.
 class CardGreen {
   public:
@@ -29,10 +32,14 @@ class CardGreen {
 
   private:
     bool LoadBand(std::uint32_t y);
+    bool LoadBandInPlace(std::uint32_t y);
     void Take(const std::uint8_t* chunk, const LibtiffFile::Place& place, std::size_t colour);
+    void TakeRow(const std::uint8_t* row, std::uint16_t* out, std::uint32_t width, bool swap) const;
 
     LibtiffFile image_;
     std::size_t colours_;
+    bool inPlace_ = false;
+    MappedWindow window_;
     std::uint32_t bandRows_ = 0;
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;

@@ -141,6 +141,14 @@ bool LibtiffFile::OneStripPlain() const {
            rowsPerStrip == height && TIFFNumberOfStrips(tif_) == 1;
 }
 
+bool LibtiffFile::RowsInPlace() const {
+    std::uint16_t fillOrder = FILLORDER_MSB2LSB;
+    return compression == COMPRESSION_NONE && !tiled && planar == PLANARCONFIG_CONTIG &&
+           (bits == 8 || bits == 16) &&
+           TIFFGetFieldDefaulted(tif_, TIFFTAG_FILLORDER, &fillOrder) &&
+           fillOrder == FILLORDER_MSB2LSB;
+}
+
 std::uint64_t LibtiffFile::ChunkBytes() const {
     return static_cast<std::uint64_t>(tiled ? TIFFTileSize64(tif_) : TIFFStripSize64(tif_));
 }

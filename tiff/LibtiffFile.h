@@ -35,6 +35,10 @@ class LibtiffFile {
     // Whether the file is exactly what the one-strip engine streams: one
     // uncompressed interleaved RGB strip of 8- or 16-bit samples, nothing else.
     bool OneStripPlain() const;
+    // Whether a strip's bytes in the file are its decoded rows, but for the
+    // order of 16-bit samples: uncompressed interleaved strips of whole bytes,
+    // in the bit order libtiff leaves alone.
+    bool RowsInPlace() const;
 
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 0, samples = 0, extras = 0, planar = 1, photometric = 0;
