@@ -95,6 +95,11 @@ std::optional<SubjectResult> Job::ThroughLibtiff(std::unique_ptr<ModeCorrector>&
     if (settings_.modes) {
         if (const std::string why = ModesFor(image, modes); !why.empty()) return Failed(why);
     }
+    // The window compares only the sizes, and streams a subject of another
+    // depth than the card's as if it had the card's: a damaged output. Here
+    // it fails, in the words the libtiff road uses.
+    if (image.bits != settings_.white.BitsPerSample)
+        return Failed(SubjectMismatch(settings_.white, image));
     if (image.OneStripPlain() && settings_.cardThroughLibtiff.empty()) return std::nullopt;
     return EqualizeThroughLibtiff(path_, image, settings_, number_, modes.get());
 }

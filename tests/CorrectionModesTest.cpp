@@ -231,8 +231,9 @@ TEST(CorrectionModesSmooth, DustAndGrainDontPrint) {
     }
 }
 
-// Cards that don't go together and subjects the modes can't take: a usage
-// error or a failed line with the reason, nothing written.
+// Cards that don't go together and subjects the modes, or the default
+// correction, can't take: a usage error or a failed line with the reason,
+// nothing written.
 TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     TempFolder dir;
     const auto make = [&](const char* name, std::uint32_t width, int bits, std::string icc) {
@@ -255,6 +256,7 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
         {{broken, "--linear", subject}, 2, "--linear: the white card's ICC profile can't be read"},
         {{srgb, "--linear", subject}, 1, "subject.tif: failed: --linear: the file has no ICC"},
         {{card, "--darken", eight}, 1, "different bits per sample. White: 16  Image: 8"},
+        {{card, eight}, 1, "eight.tif: failed: White and image files have different bits"},
         {{card, "--darken", small}, 1, "different pixel dimensions. White: 6x4  Image: 5x4"}};
     fs::create_directories(dir / "out");
     for (const auto& [more, code, words] : kRows) {
