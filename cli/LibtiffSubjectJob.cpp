@@ -1,23 +1,21 @@
 #include "LibtiffSubjectJob.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <system_error>
 
 #include "CardGreen.h"
 #include "ChunkRewrite.h"
 #include "CopyAroundRows.h"
+#include "HiddenCopy.h"
 #include "OutputFileName.h"
 #include "SubjectEngine.h"
+#include "SubjectTest.h"
 
 namespace fs = std::filesystem;
 
 std::string SubjectMismatch(const TiffFile& white, const LibtiffFile& subject) {
     if (subject.width != white.ImageWidth || subject.height != white.ImageHeight)
-        return "White and image files have different pixel dimensions. White: " +
-               std::to_string(white.ImageWidth) + "x" + std::to_string(white.ImageHeight) +
-               "  Image: " + std::to_string(subject.width) + "x" + std::to_string(subject.height);
+        return SizeMismatchText(white, subject.width, subject.height);
     if (subject.bits != white.BitsPerSample)
         return "White and image files have different bits per sample. White: " +
                std::to_string(white.BitsPerSample) + "  Image: " + std::to_string(subject.bits);
@@ -43,13 +41,6 @@ std::string Rewrite(const std::string& path, const fs::path& copy, const JobSett
     return problem.empty() || card.Image().Error().empty() ? problem
                                                            : problem + ": " + card.Image().Error();
 }
-
-bool Publish(const fs::path& copy, const fs::path& output, bool overwrite) {
-    std::error_code ec;
-    if (!overwrite && fs::exists(output, ec)) return false;
-    fs::rename(copy, output, ec);
-    return !ec;
-}
 }  // namespace
 
 SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile& subject,
@@ -66,22 +57,19 @@ SubjectResult EqualizeThroughLibtiff(const std::string& path, const LibtiffFile&
     if (output->Exists() && !settings.overwrite)
         return SubjectResult::Skipped(name,
                                       output->NativePath() + " exists (--overwrite replaces it)");
-    std::string hiddenName = ".";
-    hiddenName.append(output->Name()).append(".").append(std::to_string(::getpid()));
-    hiddenName.append("-").append(std::to_string(jobNumber)).append(".part");
-    const fs::path hidden = output->Path().parent_path() / hiddenName;
+    const auto hidden = settings.outputFolder.Child(HiddenCopyName(output->Name(), jobNumber));
     std::error_code ec;
     bool droppedLayers = false;
     std::string problem = "the copy can't be made";
     // The strips or tiles are all written anew: copying them first would only
     // have them written twice, and those that grow would leave the old,
     // uncorrected ones behind in the file.
-    if (CopyAroundRanges(path, hidden.string(), RewrittenRanges(subject)))
-        problem = Rewrite(path, hidden, settings, modes, droppedLayers);
-    if (problem.empty() && !Publish(hidden, output->Path(), settings.overwrite))
+    if (hidden && CopyAroundRanges(path, hidden->Path().string(), RewrittenRanges(subject)))
+        problem = Rewrite(path, hidden->Path(), settings, modes, droppedLayers);
+    if (problem.empty() && !PublishCopy(*hidden, *output, settings.overwrite))
         problem = output->NativePath() + " appeared meanwhile (--overwrite replaces it)";
     if (!problem.empty()) {
-        fs::remove(hidden, ec);
+        if (hidden) fs::remove(hidden->Path(), ec);
         return SubjectResult::Failed(name, std::string(kWriteProblemText) + " " + problem);
     }
     SubjectResult result = SubjectResult::Written(name, output->NativePath());

@@ -1,15 +1,11 @@
 #include "SubjectEngine.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
 #include "CopyAroundRows.h"
 #include "Exceptions.h"
+#include "HiddenCopy.h"
 #include "OutputFileName.h"
 #include "RowPass.h"
 #include "SubjectTest.h"
@@ -50,7 +46,6 @@ class SubjectRoad {
     SubjectEnd WriteBeside(const FolderItem& output);
     SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName);
     BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
-    bool Publish(const FolderItem& copy, const FolderItem& output) const;
     void EndRow();
 
     TiffFile& tiff_;
@@ -131,10 +126,8 @@ SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& subject, const Fol
 // The copy under the hidden name leaves the pixel rows out, for the pass to
 // write them once; a copy that isn't finished is thrown away, whatever it holds.
 SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
-    std::string hidden = ".";
-    hidden.append(output.Name()).append(".").append(std::to_string(::getpid()));
-    hidden.append("-").append(std::to_string(settings_.jobNumber)).append(".part");
-    const auto copy = settings_.outputFolder.Child(hidden);
+    const auto copy =
+        settings_.outputFolder.Child(HiddenCopyName(output.Name(), settings_.jobNumber));
     if (!copy) return SubjectEnd::CopyFailed;
     SubjectEnd end = SubjectEnd::CopyFailed;
     try {
@@ -146,7 +139,8 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
         Discard(*copy);
         throw;
     }
-    if (end == SubjectEnd::Written && !Publish(*copy, output)) end = SubjectEnd::Appeared;
+    if (end == SubjectEnd::Written && !PublishCopy(*copy, output, settings_.overwrite))
+        end = SubjectEnd::Appeared;
     if (end != SubjectEnd::Written) Discard(*copy);
     return end;
 }
@@ -176,18 +170,6 @@ BinaryStream* SubjectRoad::WhiteRows(std::shared_ptr<BinaryStream>& own) const {
     own = BinaryStream::Open(Deref(settings_.white.fi));
     if (own) own->LittleEndian = settings_.white.LittleEndian;
     return own.get();
-}
-
-// Gives the finished copy its name in one step. Without overwrite an output
-// that appeared in the meantime is left alone, where the file system can
-// promise that; elsewhere the earlier test for an existing file has to do.
-bool SubjectRoad::Publish(const FolderItem& copy, const FolderItem& output) const {
-    const char* from = copy.Path().c_str();
-    const char* to = output.Path().c_str();
-    if (settings_.overwrite) return std::rename(from, to) == 0;
-    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
-    if (errno != EINVAL && errno != ENOSYS) return false;
-    return !output.Exists() && std::rename(from, to) == 0;
 }
 
 void SubjectRoad::EndRow() {
