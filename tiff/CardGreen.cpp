@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "PixelLayout.h"
+#include "RowExtremes.h"
 #include "TiffFile.h"
 #include "VectorClones.h"
 
@@ -124,17 +125,15 @@ void CardGreen::TakeRow(const std::uint8_t* row, std::uint16_t* out, std::uint32
 
 bool CardGreen::Scan(TiffFile& record) {
     double max = 0.0, min = 65536.0;
-    for (std::uint32_t y = 0; y < image_.height; ++y) {
-        const std::uint16_t* row = Row(y);
+    std::uint32_t x = 0, y = 0;
+    for (std::uint32_t r = 0; r < image_.height; ++r) {
+        const std::uint16_t* row = Row(r);
         if (!row) return false;
-        for (std::uint32_t x = 0; x < image_.width; ++x) {
-            min = std::min<double>(min, row[x]);
-            if (row[x] > max) {
-                max = row[x];
-                record.pxmax = x;
-                record.pymax = y;
-            }
-        }
+        FoldRowExtremes<1>(row, image_.width, r, &max, &min, &x, &y);
+    }
+    if (max > 0.0) {
+        record.pxmax = x;
+        record.pymax = y;
     }
     record.ImageWidth = image_.width;
     record.ImageHeight = image_.height;

@@ -6,46 +6,7 @@
 
 #include "CardStack.h"
 #include "Correction.h"
-
-namespace {
-// The window's scan rule for each channel: a strictly greater value moves the
-// place, so the first brightest in scan order holds it. A row's extremes are
-// found first, with no branch, and the place only when the row has a new one.
-// A card of one shot without curves is scanned in its own samples, which
-// the compiler compares many at a time.
-template <class Value>
-void Take(const Value* rgb, std::uint32_t width, std::uint32_t y, CardExtremes& e) {
-    // Lanes of 48 values (16 pixels) keep whole pixels in step, so lane j
-    // holds channel j % 3; the lanes are folded into the three at the end.
-    constexpr std::size_t kLanes = 48;
-    Value high[kLanes], low[kLanes];
-    for (std::size_t j = 0; j < kLanes; ++j) high[j] = low[j] = rgb[j % 3];
-    const std::size_t values = std::size_t{width} * 3;
-    std::size_t i = 0;
-    for (; i + kLanes <= values; i += kLanes)
-        for (std::size_t j = 0; j < kLanes; ++j) {
-            high[j] = rgb[i + j] > high[j] ? rgb[i + j] : high[j];
-            low[j] = rgb[i + j] < low[j] ? rgb[i + j] : low[j];
-        }
-    for (std::size_t j = 0; i + j < values; ++j) {
-        high[j] = rgb[i + j] > high[j] ? rgb[i + j] : high[j];
-        low[j] = rgb[i + j] < low[j] ? rgb[i + j] : low[j];
-    }
-    for (std::size_t j = 3; j < kLanes; ++j) {
-        high[j % 3] = high[j] > high[j % 3] ? high[j] : high[j % 3];
-        low[j % 3] = low[j] < low[j % 3] ? low[j] : low[j % 3];
-    }
-    for (std::size_t c = 0; c < 3; ++c) {
-        e.min[c] = std::min<double>(e.min[c], low[c]);
-        if (!(high[c] > e.max[c])) continue;
-        std::uint32_t x = 0;
-        while (rgb[std::size_t{x} * 3 + c] != high[c]) ++x;
-        e.max[c] = high[c];
-        e.maxX[c] = x;
-        e.maxY[c] = y;
-    }
-}
-}  // namespace
+#include "RowExtremes.h"
 
 std::unique_ptr<ModeRun> ModeRun::Prepare(const CorrectionModes& modes, double amountToApply,
                                           std::string& why) {
@@ -79,10 +40,16 @@ bool ModeRun::Scan(std::string& why) {
     for (double& min : extremes_.min) min = std::numeric_limits<double>::infinity();
     const bool samples = modes_.cards.size() == 1 && !smoother_ && !modes_.linear;
     std::vector<double> row(std::size_t{stack.Width()} * 3);
+    // A card of one shot without curves is scanned in its own samples, which
+    // the compiler compares many at a time.
+    const auto fold = [&](const auto* values, std::uint32_t y) {
+        FoldRowExtremes<3>(values, stack.Width(), y, extremes_.max, extremes_.min, extremes_.maxX,
+                           extremes_.maxY);
+    };
     for (std::uint32_t y = 0; y < stack.Height(); ++y) {
         const std::uint16_t* shot = samples ? stack.Samples(y) : nullptr;
         if (shot) {
-            Take(shot, stack.Width(), y, extremes_);
+            fold(shot, y);
             continue;
         }
         if (samples || !stack.Row(y, 0, stack.Width(), row.data())) {
@@ -92,7 +59,7 @@ bool ModeRun::Scan(std::string& why) {
         if (smoother_)
             smoother_->AddRow(row.data());
         else
-            Take(row.data(), stack.Width(), y, extremes_);
+            fold(row.data(), y);
     }
     if (smoother_) extremes_ = smoother_->Extremes();
     bits_ = stack.Bits();
