@@ -20,8 +20,16 @@ class Descriptor {
         if (fd_ >= 0) ::close(fd_);
     }
     Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(fd_, other.fd_);
+        return *this;
+    }
     int Get() const { return fd_; }
+    int Release() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
 
   private:
     int fd_;
@@ -72,29 +80,76 @@ std::pair<off_t, off_t> RowsOf(const TiffFile& subject) {
         return {start, std::numeric_limits<off_t>::max()};
     return {start, end};
 }
+
+// The subject open for reading and the copy made anew with the subject's
+// permissions and length, its bytes not yet copied.
+struct OpenCopy {
+    Descriptor in{-1}, out{-1};
+    off_t length = 0;
+};
+
+bool Open(const std::string& subject, const std::string& copy, OpenCopy& files) {
+    files.in = Descriptor(::open(subject.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat from {};
+    if (files.in.Get() < 0 || ::fstat(files.in.Get(), &from) != 0 || !S_ISREG(from.st_mode))
+        return false;
+    files.length = from.st_size;
+    files.out = Descriptor(::open(copy.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
+    struct stat to {};
+    return files.out.Get() >= 0 && ::fstat(files.out.Get(), &to) == 0 && S_ISREG(to.st_mode) &&
+           ::fchmod(files.out.Get(), from.st_mode) == 0 &&
+           ::ftruncate(files.out.Get(), from.st_size) == 0;
+}
+
+// Copies every byte of the open files but the skipped ranges.
+bool CopyAround(const OpenCopy& files, std::vector<std::pair<off_t, off_t>> skipped) {
+    std::sort(skipped.begin(), skipped.end());
+    off_t at = 0;
+    for (const auto& [start, end] : skipped) {
+        const off_t first = std::clamp<off_t>(start, 0, files.length);
+        if (first > at && !CopyRange(files.in.Get(), files.out.Get(), at, first)) return false;
+        at = std::max(at, std::clamp<off_t>(end, first, files.length));
+    }
+    return CopyRange(files.in.Get(), files.out.Get(), at, files.length);
+}
 }  // namespace
 
 bool CopyAroundRanges(const std::string& subject, const std::string& copy,
                       std::vector<std::pair<off_t, off_t>> skipped) {
-    const Descriptor in(::open(subject.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat from {};
-    if (in.Get() < 0 || ::fstat(in.Get(), &from) != 0 || !S_ISREG(from.st_mode)) return false;
-    const Descriptor out(::open(copy.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
-    struct stat to {};
-    if (out.Get() < 0 || ::fstat(out.Get(), &to) != 0 || !S_ISREG(to.st_mode) ||
-        ::fchmod(out.Get(), from.st_mode) != 0 || ::ftruncate(out.Get(), from.st_size) != 0)
-        return false;
-    std::sort(skipped.begin(), skipped.end());
-    off_t at = 0;
-    for (const auto& [start, end] : skipped) {
-        const off_t first = std::clamp<off_t>(start, 0, from.st_size);
-        if (first > at && !CopyRange(in.Get(), out.Get(), at, first)) return false;
-        at = std::max(at, std::clamp<off_t>(end, first, from.st_size));
-    }
-    return CopyRange(in.Get(), out.Get(), at, from.st_size);
+    OpenCopy files;
+    return Open(subject, copy, files) && CopyAround(files, std::move(skipped));
 }
 
 bool CopyAroundRows(const TiffFile& subject, const FolderItem& copy) {
     return CopyAroundRanges(Deref(subject.fi).Path().string(), copy.Path().string(),
                             {RowsOf(subject)});
+}
+
+std::unique_ptr<RowsLeftOutCopy> RowsLeftOutCopy::Make(const TiffFile& subject,
+                                                       const FolderItem& copy) {
+    OpenCopy files;
+    const std::pair<off_t, off_t> rows = RowsOf(subject);
+    if (!Open(Deref(subject.fi).Path().string(), copy.Path().string(), files) ||
+        (files.length > 0 && ::fallocate(files.out.Get(), 0, 0, files.length) != 0) ||
+        !CopyAround(files, {rows}))
+        return nullptr;
+    return std::unique_ptr<RowsLeftOutCopy>(new RowsLeftOutCopy(
+        files.in.Release(), files.out.Release(), files.length, rows, subject.BytesPerRow));
+}
+
+RowsLeftOutCopy::RowsLeftOutCopy(int in, int out, off_t length, std::pair<off_t, off_t> rows,
+                                 std::int64_t rowBytes)
+    : in_(in), out_(out), length_(length), rows_(rows), rowBytes_(rowBytes) {}
+
+// The rows not written are the subject's: the file is then what a whole copy
+// rewritten in place up to that row would be.
+RowsLeftOutCopy::~RowsLeftOutCopy() {
+    std::int64_t skip = 0, from = 0;
+    if (!__builtin_mul_overflow(written_, std::max<std::int64_t>(rowBytes_, 0), &skip) &&
+        !__builtin_add_overflow(rows_.first, skip, &from)) {
+        const off_t to = std::min(rows_.second, length_);
+        if (from < to) CopyRange(in_, out_, from, to);
+    }
+    ::close(in_);
+    ::close(out_);
 }

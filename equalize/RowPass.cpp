@@ -1,5 +1,6 @@
 #include "RowPass.h"
 
+#include "CopyAroundRows.h"
 #include "Exceptions.h"
 #include "MemoryBlock.h"
 #include "PreviewGeometry.h"
@@ -112,7 +113,8 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
                        rows_.output.Data());
         if (sampled && length > 0 && host_.ShowPreviews())
             SamplePreviewRow(geometry_, layout_, rows_.output.Data(), preview, previewRow);
-        files_.output.WriteAt(at, rows_.output.Data(), length);
+        if (files_.output.WriteAt(at, rows_.output.Data(), length) && files_.leftOut)
+            files_.leftOut->RowWritten(y);
         at += static_cast<std::int64_t>(length);
         bar.SetValue(static_cast<double>(y));
         bar.Refresh();

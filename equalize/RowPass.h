@@ -10,6 +10,8 @@
 #include "RowPassHost.h"
 #include "TiffFile.h"
 
+class RowsLeftOutCopy;
+
 // A correction of one row other than the window's, from the subject row into
 // the output row (both in the file's byte order, rowBytes long); rows come in
 // order. It throws when it can't go on, and the output is then not finished.
@@ -24,12 +26,13 @@ class RowCorrector {
 // offset rather than as its TiffFile, so that several rewrites running at once
 // can each read the one analysed white card through a stream of their own.
 struct RowPassFiles {
-    TiffFile& subject;                  // its imagefile open, in the file's byte order
-    BinaryStream& white;                // the white card's rows, in its byte order
-    std::int64_t whiteOffset;           // the white card's ImageOffset
-    BinaryStream& output;               // a byte copy of the subject, open for update
-    std::string outputName;             // for the status line
-    RowCorrector* corrector = nullptr;  // nil: the window's correction with the white card
+    TiffFile& subject;                   // its imagefile open, in the file's byte order
+    BinaryStream& white;                 // the white card's rows, in its byte order
+    std::int64_t whiteOffset;            // the white card's ImageOffset
+    BinaryStream& output;                // a copy of the subject, open for update
+    std::string outputName;              // for the status line
+    RowCorrector* corrector = nullptr;   // nil: the window's correction with the white card
+    RowsLeftOutCopy* leftOut = nullptr;  // an output copied without its rows, told each row written
 };
 
 enum class RowPassEnd {

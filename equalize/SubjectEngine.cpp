@@ -44,7 +44,8 @@ class SubjectRoad {
     std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject, SubjectEnd& end);
     SubjectEnd WriteUnderFinalName(const FolderItem& subject, const FolderItem& output);
     SubjectEnd WriteBeside(const FolderItem& output);
-    SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName);
+    SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName,
+                       RowsLeftOutCopy* leftOut);
     BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
     void EndRow();
 
@@ -111,16 +112,19 @@ std::shared_ptr<FolderItem> SubjectRoad::OutputFor(const FolderItem& subject, Su
     return output;
 }
 
-// The rows are rewritten in place, so everything else in the output is what
-// the copy put there: a copy cut short (a full disk, a file size limit, a
-// place that takes no file) would pass its loss on as a finished file.
+// The output ends up as a copy of the subject with the rows rewritten in
+// place, as the window has always left it, also when the pass stops short.
+// Where the copy can be made around the rows, they are written once; else
+// the whole file is copied first, and a copy cut short (a full disk, a file
+// size limit, a place that takes no file) stays as it was left.
 SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& subject, const FolderItem& output) {
-    if (!subject.CopyFileTo(output)) {
+    const std::unique_ptr<RowsLeftOutCopy> leftOut = RowsLeftOutCopy::Make(tiff_, output);
+    if (!leftOut && !subject.CopyFileTo(output)) {
         EndRow();
         return SubjectEnd::CopyFailed;
     }
     if (!output.IsWriteable()) return SubjectEnd::NotWriteable;
-    return Rewrite(output, output.Name());
+    return Rewrite(output, output.Name(), leftOut.get());
 }
 
 // The copy under the hidden name leaves the pixel rows out, for the pass to
@@ -132,7 +136,7 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
     SubjectEnd end = SubjectEnd::CopyFailed;
     try {
         if (CopyAroundRows(tiff_, *copy))
-            end = Rewrite(*copy, output.Name());
+            end = Rewrite(*copy, output.Name(), nullptr);
         else
             EndRow();
     } catch (...) {
@@ -145,7 +149,8 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
     return end;
 }
 
-SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outputName) {
+SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outputName,
+                                RowsLeftOutCopy* leftOut) {
     const auto stream = BinaryStream::Open(copy, true);
     std::shared_ptr<BinaryStream> ownWhite;
     BinaryStream* white = WhiteRows(ownWhite);
@@ -157,7 +162,8 @@ SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outpu
     std::shared_ptr<Picture>& preview =
         settings_.window ? settings_.window->ResultPicture() : unseen;
     const RowPassFiles files{tiff_,   *white,     settings_.white.ImageOffset,
-                             *stream, outputName, settings_.corrector};
+                             *stream, outputName, settings_.corrector,
+                             leftOut};
     const RowPassEnd end = RunRowPass(files, settings_.targetLevel, host_, preview);
     if (end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
     EndRow();

@@ -178,7 +178,7 @@ std::size_t BinaryStream::ReadAt(std::int64_t position, std::uint8_t* dest, std:
     return got;
 }
 
-void BinaryStream::WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count) {
+bool BinaryStream::WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count) {
     const int fd = ::fileno(Handle());
     if (lastWasWrite_) Flush();
     std::size_t put = 0;
@@ -190,9 +190,10 @@ void BinaryStream::WriteAt(std::int64_t position, const std::uint8_t* src, std::
             put += static_cast<std::size_t>(n);
         } else if (n == 0 || errno != EINTR) {
             NoteError();
-            return;
+            return false;
         }
     }
+    return true;
 }
 
 void BinaryStream::WriteUnsigned(std::size_t width, std::uint64_t value) {

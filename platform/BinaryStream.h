@@ -56,8 +56,9 @@ class BinaryStream {
     // for Write, and a read past the end comes back short. Bytes the stream
     // has already read ahead into its buffer aren't renewed by WriteAt: a
     // stream written this way is positioned anew before it is read again.
+    // WriteAt gives whether every byte reached the file.
     std::size_t ReadAt(std::int64_t position, std::uint8_t* dest, std::size_t count);
-    void WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count);
+    bool WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count);
 
     // The file's descriptor, for reading it by other means, with pending
     // output pushed to the file first; -1 for bytes in memory.
