@@ -38,10 +38,11 @@ bool ModeRun::Scan(std::string& why) {
             std::make_unique<CardSmoother>(stack.Width(), stack.Height(), modes_.smoothRadius);
     extremes_ = {};
     for (double& min : extremes_.min) min = std::numeric_limits<double>::infinity();
-    const bool samples = modes_.cards.size() == 1 && !smoother_ && !modes_.linear;
+    const bool samples = modes_.cards.size() == 1 && !smoother_ && RisingCurves();
     std::vector<double> row(std::size_t{stack.Width()} * 3);
-    // A card of one shot without curves is scanned in its own samples, which
-    // the compiler compares many at a time.
+    // A card of one shot is scanned in its own samples, which the compiler
+    // compares many at a time; curves that rise keep their order, so the
+    // extremes in linear light are those of the samples, at the same places.
     const auto fold = [&](const auto* values, std::uint32_t y) {
         FoldRowExtremes<3>(values, stack.Width(), y, extremes_.max, extremes_.min, extremes_.maxX,
                            extremes_.maxY);
@@ -62,8 +63,20 @@ bool ModeRun::Scan(std::string& why) {
             fold(row.data(), y);
     }
     if (smoother_) extremes_ = smoother_->Extremes();
+    if (samples && cardCurves_) {
+        // A card without pixels keeps the extremes it began with.
+        for (int c = 0; c < 3 && extremes_.min[c] <= extremes_.max[c]; ++c) {
+            extremes_.max[c] = cardCurves_->Linear(c, static_cast<std::uint16_t>(extremes_.max[c]));
+            extremes_.min[c] = cardCurves_->Linear(c, static_cast<std::uint16_t>(extremes_.min[c]));
+        }
+    }
     bits_ = stack.Bits();
     return true;
+}
+
+bool ModeRun::RisingCurves() const {
+    return !cardCurves_ ||
+           (cardCurves_->Rising(0) && cardCurves_->Rising(1) && cardCurves_->Rising(2));
 }
 
 bool ModeRun::Linearise(const LibtiffFile& card, std::string& why) {

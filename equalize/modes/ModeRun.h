@@ -46,6 +46,8 @@ class ModeRun {
     explicit ModeRun(const CorrectionModes& modes) : modes_(modes) {}
     bool Scan(std::string& why);
     bool Linearise(const LibtiffFile& card, std::string& why);
+    // Without curves, or with curves that rise on every channel.
+    bool RisingCurves() const;
 
     CorrectionModes modes_;
     CardExtremes extremes_;
