@@ -62,40 +62,33 @@ void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
     }
 }
 
-// Linear light, one colour at a time and in two passes over a stretch of
-// pixels: first every sample's linear value times its gain, then every
-// lookup of the sample back. The lookups depend on nothing but their own
-// value, so the processor overlaps many of them instead of waiting on each
-// one's chain of table reads in turn.
+// Linear light, one colour at a time and a stretch of pixels at a time: the
+// samples less the dark first, then their nearest samples to gain x their
+// linear value, many at once, then those back into place.
 template <class Sample, bool Swap>
 void CorrectLinear(const SampleSpan& span, const SpanGains& with) {
     constexpr std::size_t w = sizeof(Sample);
     constexpr std::size_t kStretch = 256;
     const ToneCurves& curves = *with.curves;
-    double values[kStretch];
+    std::uint16_t samples[kStretch], nearest[kStretch];
     for (std::size_t k = 0; k < span.colours; ++k) {
         const std::size_t c = span.firstColour + k;
-        const int colour = static_cast<int>(c);
         const double* gains = with.gains + (with.perPixel == 3 ? c : 0);
         for (std::size_t from = 0; from < span.pixels; from += kStretch) {
             const std::size_t n = std::min(kStretch, span.pixels - from);
             std::uint8_t* first = span.samples + (from * span.stride + k) * w;
             for (std::size_t i = 0; i < n; ++i) {
-                const std::size_t p = from + i;
-                double sample = LoadSample<Sample, Swap>(first + i * span.stride * w);
+                std::uint16_t sample = LoadSample<Sample, Swap>(first + i * span.stride * w);
                 if (with.dark) {
-                    sample -= with.dark[p * 3 + c];
-                    if (sample < 0.0) sample = 0.0;
+                    const std::uint16_t dark = with.dark[(from + i) * 3 + c];
+                    sample = static_cast<std::uint16_t>(sample > dark ? sample - dark : 0);
                 }
-                // An infinite gain on black stays black; the ceiling is 1.
-                const double product = gains[p * with.perPixel] *
-                                       curves.Linear(colour, static_cast<std::uint16_t>(sample));
-                const double held = product > 1.0 ? 1.0 : product;
-                values[i] = held >= 0.0 ? held : 0.0;
+                samples[i] = sample;
             }
+            curves.Brightened(static_cast<int>(c), samples, n, gains + from * with.perPixel,
+                              with.perPixel, nearest);
             for (std::size_t i = 0; i < n; ++i)
-                StoreSample<Sample, Swap>(first + i * span.stride * w,
-                                          curves.Sample(colour, values[i]));
+                StoreSample<Sample, Swap>(first + i * span.stride * w, nearest[i]);
         }
     }
 }

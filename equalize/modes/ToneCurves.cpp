@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 
+#include "VectorClones.h"
+
 namespace {
 struct ProfileCloser {
     void operator()(void* profile) const { cmsCloseProfile(profile); }
@@ -98,6 +100,35 @@ void ToneCurves::BuildInverse(std::uint32_t slot) {
         const bool fuller = next + 2 <= ceiling_ && middles[next + 2] < end;
         buckets[bucket] = next | (fuller ? kFuller : 0);
     }
+}
+
+BRISAVANE_VECTOR_CLONES bool ToneCurves::NearestOfProducts(
+    const double* __restrict linear, const std::uint32_t* __restrict buckets,
+    const double* __restrict middles, const std::uint16_t* __restrict samples, std::size_t n,
+    const double* __restrict gains, std::size_t gainStep, std::uint16_t* __restrict nearest) {
+    std::uint32_t fuller = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        // An infinite gain on black stays black; the ceiling is 1.
+        const double value = HeldToUnit(gains[i * gainStep] * linear[samples[i]]);
+        const std::uint32_t entry = buckets[Bucket(value)];
+        const std::uint32_t next = entry & ~kFuller;
+        fuller |= entry;
+        nearest[i] = static_cast<std::uint16_t>(next - 1 + (middles[next] < value) +
+                                                (middles[next + 1] < value));
+    }
+    return (fuller & kFuller) != 0;
+}
+
+void ToneCurves::Brightened(int channel, const std::uint16_t* samples, std::size_t n,
+                            const double* gains, std::size_t gainStep,
+                            std::uint16_t* nearest) const {
+    const bool fuller = NearestOfProducts(&linear_[Index(channel, 0)],
+                                          &buckets_[slot_[channel] * std::size_t{kBuckets}],
+                                          Middles(channel), samples, n, gains, gainStep, nearest);
+    // A value in a bucket of more midpoints than two is rare enough to look
+    // the stretch up again one by one.
+    for (std::size_t i = 0; fuller && i < n; ++i)
+        nearest[i] = Sample(channel, gains[i * gainStep] * Linear(channel, samples[i]));
 }
 
 double ToneCurves::Linear(int channel, double sample) const {

@@ -50,6 +50,12 @@ class ToneCurves {
                                           (middles[next + 1] < value));
     }
 
+    // Sample() of min(gain x Linear(sample), 1) for n samples of one channel,
+    // the gain of sample i being gains[i x gainStep], into nearest; the same
+    // values, many at a time.
+    void Brightened(int channel, const std::uint16_t* samples, std::size_t n, const double* gains,
+                    std::size_t gainStep, std::uint16_t* nearest) const;
+
   private:
     // Buckets are even steps of the value's binary exponent and leading
     // mantissa bits, over the 24 octaves below 1 (all below them share the
@@ -81,6 +87,12 @@ class ToneCurves {
     const double* Middles(int channel) const {
         return &middles_[static_cast<std::size_t>(slot_[channel]) * (ceiling_ + 3)];
     }
+    // Brightened() in one straight loop, without the fuller buckets' search:
+    // true when some value fell in such a bucket, and its sample is wrong.
+    static bool NearestOfProducts(const double* linear, const std::uint32_t* buckets,
+                                  const double* middles, const std::uint16_t* samples,
+                                  std::size_t n, const double* gains, std::size_t gainStep,
+                                  std::uint16_t* nearest);
     bool AddCurve(const void* curve);
     void BuildInverse(std::uint32_t slot);
 
