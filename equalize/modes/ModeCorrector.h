@@ -30,8 +30,16 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   private:
     // The card's values of row y, all of its width; nil when they can't be read.
     const double* Card(std::uint32_t y);
-    // The gains of pixels x to x + pixels of row y, and how many were capped.
-    bool Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels, std::size_t& capped);
+    // A row of the card, in its samples or in its values (3 a pixel); both
+    // nil when it can't be read.
+    struct CardRow {
+        const std::uint16_t* samples;
+        const double* values;
+    };
+    CardRow CardAt(std::uint32_t y);
+    // The gains of `pixels` pixels of the card's row from value `at` on, into
+    // gains_; gives how many were capped.
+    std::size_t Gains(const CardRow& card, std::size_t at, std::size_t pixels);
     // Corrects one row's run of pixels from x on; false when the card fails.
     bool CorrectRun(std::uint32_t y, std::uint32_t x, const struct SampleSpan& span);
 
@@ -42,6 +50,6 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;
     std::vector<double> band_;
-    std::vector<double> gains_;
+    std::vector<double> gains_;  // a stretch of pixels' gains
     std::uint64_t capped_ = 0;
 };

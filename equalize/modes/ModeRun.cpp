@@ -18,8 +18,7 @@ std::unique_ptr<ModeRun> ModeRun::Prepare(const CorrectionModes& modes, double a
     rule.rgb = modes.channels == GainChannels::Rgb;
     rule.darken = modes.darken;
     if (modes.maxGain) rule.cap = *modes.maxGain;
-    if (modes.cards.size() == 1 && modes.smoothRadius == 0)
-        run->table_.emplace(rule, run->bits_, run->CardCurves());
+    if (run->OneShot() && modes.linear) run->table_.emplace(rule, run->bits_, run->CardCurves());
     return run;
 }
 

@@ -31,8 +31,11 @@ class ModeRun {
     const GainRule& Rule() const { return rule_; }
     // The first card's tone curves with --linear, else nil.
     const ToneCurves* CardCurves() const { return cardCurves_ ? &*cardCurves_ : nullptr; }
-    // The gains of each card sample when the card is one shot taken as it is
-    // (not smoothed), else nil.
+    // Whether the card is one shot taken as it is (not smoothed), so that
+    // gains can come from its samples.
+    bool OneShot() const { return modes_.cards.size() == 1 && modes_.smoothRadius == 0; }
+    // The gains of each card sample in linear light when the card is one
+    // shot, else nil.
     const GainTable* Table() const { return table_ ? &*table_ : nullptr; }
     // The smoothed card with --smooth, else nil.
     const CardSmoother* Smoothed() const { return smoother_.get(); }
