@@ -93,9 +93,53 @@ void CorrectLinear(const SampleSpan& span, const SpanGains& with) {
     }
 }
 
+// The samples of a run of interleaved pixels less the dark held at 0, in
+// straight loops the compiler keeps in vector registers.
+template <class Sample, bool Swap>
+BRISAVANE_VECTOR_CLONES void LoadLessDark(const std::uint8_t* __restrict from, std::size_t n,
+                                          const std::uint16_t* __restrict dark,
+                                          std::uint16_t* __restrict samples) {
+    for (std::size_t i = 0; i < n; ++i)
+        samples[i] = LoadSample<Sample, Swap>(from + i * sizeof(Sample));
+    for (std::size_t i = 0; dark && i < n; ++i)
+        samples[i] = static_cast<std::uint16_t>(samples[i] > dark[i] ? samples[i] - dark[i] : 0);
+}
+
+template <class Sample, bool Swap>
+BRISAVANE_VECTOR_CLONES void StoreAll(std::uint8_t* __restrict to, std::size_t n,
+                                      const std::uint16_t* __restrict samples) {
+    for (std::size_t i = 0; i < n; ++i)
+        StoreSample<Sample, Swap>(to + i * sizeof(Sample), samples[i]);
+}
+
+// Linear light on interleaved pixels whose three colours share one tone
+// curve, as sRGB's do: their samples are taken in a row as if of one colour,
+// so that every load and store but the tables' is of neighbours.
+template <class Sample, bool Swap>
+void CorrectLinearShared(const SampleSpan& span, const SpanGains& with) {
+    constexpr std::size_t kStretch = 3 * 256;  // samples
+    std::uint16_t samples[kStretch], nearest[kStretch];
+    double spread[kStretch];  // one gain a pixel, given to its three samples
+    const std::size_t total = span.pixels * 3;
+    for (std::size_t from = 0; from < total; from += kStretch) {
+        const std::size_t n = std::min(kStretch, total - from);
+        std::uint8_t* first = span.samples + from * sizeof(Sample);
+        LoadLessDark<Sample, Swap>(first, n, with.dark ? with.dark + from : nullptr, samples);
+        const double* gains = with.gains + from;
+        if (with.perPixel == 1) {
+            for (std::size_t i = 0; i < n; ++i) spread[i] = with.gains[(from + i) / 3];
+            gains = spread;
+        }
+        with.curves->Brightened(0, samples, n, gains, 1, nearest);
+        StoreAll<Sample, Swap>(first, n, nearest);
+    }
+}
+
 template <class Sample, bool Swap>
 void Correct(const SampleSpan& span, const SpanGains& with) {
-    if (with.curves)
+    if (with.curves && span.stride == 3 && span.colours == 3 && with.curves->Shared())
+        CorrectLinearShared<Sample, Swap>(span, with);
+    else if (with.curves)
         CorrectLinear<Sample, Swap>(span, with);
     else if (span.stride == 3 && span.colours == 3)
         CorrectInterleaved<Sample, Swap>(span, with);

@@ -30,6 +30,8 @@ class ToneCurves {
     // Between whole samples, linearly; exact at whole samples; the sample is
     // held to [0, ceiling] first.
     double Linear(int channel, double sample) const;
+    // Whether the three channels have one curve.
+    bool Shared() const { return slot_[0] == slot_[1] && slot_[1] == slot_[2]; }
     // Whether each sample's linear value lies above the one before, so that
     // the order of samples is the order of their linear values.
     bool Rising(int channel) const { return rising_[slot_[channel]]; }
