@@ -20,7 +20,7 @@ SampleSpan Part(const SampleSpan& span, std::size_t from, std::size_t count) {
 }  // namespace
 
 ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
-                             std::optional<ToneCurves> curves)
+                             std::shared_ptr<const ToneCurves> curves)
     : run_(run),
       stack_(run.Modes()),
       curves_(std::move(curves)),
@@ -61,9 +61,8 @@ bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpa
         const std::size_t capped = Gains(card, at, count);
         // A planar subject's pixel is met once a plane; it counts once.
         if (span.firstColour == 0) capped_ += capped;
-        CorrectSpan(Part(span, from, count),
-                    {gains_.data(), run_.Rule().GainsPerPixel(), dark ? dark + at : nullptr,
-                     curves_ ? &*curves_ : nullptr});
+        CorrectSpan(Part(span, from, count), {gains_.data(), run_.Rule().GainsPerPixel(),
+                                              dark ? dark + at : nullptr, curves_.get()});
     }
     return true;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include "CardStack.h"
@@ -18,7 +18,8 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   public:
     // bandRows: the rows a chunk of the subject spans at most (1 for rows in
     // order); curves: the subject's own, with --linear.
-    ModeCorrector(const ModeRun& run, std::uint32_t bandRows, std::optional<ToneCurves> curves);
+    ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
+                  std::shared_ptr<const ToneCurves> curves);
 
     void Correct(std::uint32_t y, const PixelLayout& subject, const std::uint8_t* subjectRow,
                  std::uint8_t* out) override;
@@ -45,7 +46,7 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
 
     const ModeRun& run_;
     CardStack stack_;
-    std::optional<ToneCurves> curves_;
+    std::shared_ptr<const ToneCurves> curves_;
     std::uint32_t bandRows_;
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;

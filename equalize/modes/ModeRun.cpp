@@ -80,22 +80,36 @@ bool ModeRun::RisingCurves() const {
 
 bool ModeRun::Linearise(const LibtiffFile& card, std::string& why) {
     cardCurves_ = CurvesOf(card, "the white card", why);
-    return cardCurves_.has_value();
+    cardProfile_ = ProfileOf(card);
+    return cardCurves_ != nullptr;
 }
 
-// "has no ICC profile" gives "--linear: the white card has no ICC profile",
-// "its ICC profile can't be read" "--linear: the white card's ICC profile ...".
-std::optional<ToneCurves> ModeRun::CurvesOf(const LibtiffFile& file, const std::string& whose,
-                                            std::string& why) {
+std::vector<std::uint8_t> ModeRun::ProfileOf(const LibtiffFile& file) {
     std::uint32_t length = 0;
     const std::uint8_t* data = nullptr;
     std::vector<std::uint8_t> icc;
     if (TIFFGetField(file.Handle(), TIFFTAG_ICCPROFILE, &length, &data) && data)
         icc.assign(data, data + length);
+    // The tables' scale goes with the profile: 8-bit samples have their own.
+    icc.push_back(file.bits == 8 ? 8 : 16);
+    return icc;
+}
+
+// "has no ICC profile" gives "--linear: the white card has no ICC profile",
+// "its ICC profile can't be read" "--linear: the white card's ICC profile ...".
+// A file with the white card's profile at its depth shares the card's curves.
+std::shared_ptr<const ToneCurves> ModeRun::CurvesOf(const LibtiffFile& file,
+                                                    const std::string& whose,
+                                                    std::string& why) const {
+    std::vector<std::uint8_t> icc = ProfileOf(file);
+    if (cardCurves_ && icc == cardProfile_) return cardCurves_;
+    icc.pop_back();
     std::string reason;
     auto curves = ToneCurves::FromProfile(icc, file.bits, reason);
-    if (!curves)
+    if (!curves) {
         why = "--linear: " + whose +
               (reason.starts_with("its ") ? "'s " + reason.substr(4) : " " + reason);
-    return curves;
+        return nullptr;
+    }
+    return std::make_shared<const ToneCurves>(std::move(*curves));
 }
