@@ -81,6 +81,7 @@ bool ModeRun::RisingCurves() const {
 bool ModeRun::Linearise(const LibtiffFile& card, std::string& why) {
     cardCurves_ = CurvesOf(card, "the white card", why);
     cardProfile_ = ProfileOf(card);
+    cardBits_ = card.bits;
     return cardCurves_ != nullptr;
 }
 
@@ -90,8 +91,6 @@ std::vector<std::uint8_t> ModeRun::ProfileOf(const LibtiffFile& file) {
     std::vector<std::uint8_t> icc;
     if (TIFFGetField(file.Handle(), TIFFTAG_ICCPROFILE, &length, &data) && data)
         icc.assign(data, data + length);
-    // The tables' scale goes with the profile: 8-bit samples have their own.
-    icc.push_back(file.bits == 8 ? 8 : 16);
     return icc;
 }
 
@@ -101,9 +100,8 @@ std::vector<std::uint8_t> ModeRun::ProfileOf(const LibtiffFile& file) {
 std::shared_ptr<const ToneCurves> ModeRun::CurvesOf(const LibtiffFile& file,
                                                     const std::string& whose,
                                                     std::string& why) const {
-    std::vector<std::uint8_t> icc = ProfileOf(file);
-    if (cardCurves_ && icc == cardProfile_) return cardCurves_;
-    icc.pop_back();
+    const std::vector<std::uint8_t> icc = ProfileOf(file);
+    if (cardCurves_ && file.bits == cardBits_ && icc == cardProfile_) return cardCurves_;
     std::string reason;
     auto curves = ToneCurves::FromProfile(icc, file.bits, reason);
     if (!curves) {

@@ -50,7 +50,7 @@ class ModeRun {
     explicit ModeRun(const CorrectionModes& modes) : modes_(modes) {}
     bool Scan(std::string& why);
     bool Linearise(const LibtiffFile& card, std::string& why);
-    // A file's ICC profile, with its depth's scale last.
+    // A file's ICC profile; empty without one.
     static std::vector<std::uint8_t> ProfileOf(const LibtiffFile& file);
     // Without curves, or with curves that rise on every channel.
     bool RisingCurves() const;
@@ -59,7 +59,8 @@ class ModeRun {
     CardExtremes extremes_;
     GainRule rule_;
     std::shared_ptr<const ToneCurves> cardCurves_;
-    std::vector<std::uint8_t> cardProfile_;  // ProfileOf() the first card
+    std::vector<std::uint8_t> cardProfile_;  // the first card's, whose curves are those
+    int cardBits_ = 0;                       // at this depth
     std::unique_ptr<CardSmoother> smoother_;
     std::optional<GainTable> table_;
     int bits_ = 16;
