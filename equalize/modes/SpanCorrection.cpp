@@ -125,11 +125,11 @@ void CorrectLinearShared(const SampleSpan& span, const SpanGains& with) {
         const std::size_t n = std::min(kStretch, total - from);
         std::uint8_t* first = span.samples + from * sizeof(Sample);
         LoadLessDark<Sample, Swap>(first, n, with.dark ? with.dark + from : nullptr, samples);
-        const double* gains = with.gains + from;
-        if (with.perPixel == 1) {
+        const double* gains = spread;
+        if (with.perPixel == 3)
+            gains = with.gains + from;
+        else
             for (std::size_t i = 0; i < n; ++i) spread[i] = with.gains[(from + i) / 3];
-            gains = spread;
-        }
         with.curves->Brightened(0, samples, n, gains, 1, nearest);
         StoreAll<Sample, Swap>(first, n, nearest);
     }
