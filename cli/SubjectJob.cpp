@@ -107,9 +107,9 @@ std::optional<SubjectResult> Job::ThroughLibtiff(std::unique_ptr<ModeCorrector>&
 // The subject's corrector in the run's modes, or why the subject can't have one.
 std::string Job::ModesFor(const LibtiffFile& image, std::unique_ptr<ModeCorrector>& modes) const {
     std::string why = SubjectMismatch(settings_.white, image);
-    std::optional<ToneCurves> curves;
+    std::shared_ptr<const ToneCurves> curves;
     if (why.empty() && settings_.modes->Modes().linear)
-        curves = ModeRun::CurvesOf(image, "the file", why);
+        curves = settings_.modes->CurvesOf(image, "the file", why);
     if (why.empty())
         modes = std::make_unique<ModeCorrector>(
             *settings_.modes, image.tiled ? image.BandRows() : 1, std::move(curves));

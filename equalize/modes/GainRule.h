@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 
 // How the card's value at a pixel becomes the pixel's gain: target / card,
@@ -15,4 +16,6 @@ struct GainRule {
     // The gains of `pixels` pixels from the card's values (red, green, blue of
     // each), GainsPerPixel() a pixel; gives how many pixels had a gain capped.
     std::size_t Gains(const double* card, std::size_t pixels, double* gains) const;
+    // The same from a card's whole samples (host order), each taken as its value.
+    std::size_t Gains(const std::uint16_t* card, std::size_t pixels, double* gains) const;
 };

@@ -7,16 +7,16 @@
 namespace {
 template <bool Rgb>
 BRISAVANE_VECTOR_CLONES std::size_t LookUp(const double* __restrict table,
-                                           const std::uint8_t* __restrict caps, std::size_t size,
+                                           const std::uint32_t* __restrict below, std::size_t size,
                                            const std::uint16_t* __restrict card, std::size_t pixels,
                                            double* __restrict gains) {
     std::size_t capped = 0;
     for (std::size_t p = 0; p < pixels; ++p) {
-        std::uint8_t bit = 0;
+        bool bit = false;
         for (std::size_t c = Rgb ? 0 : 1; c < (Rgb ? 3 : 2); ++c) {
-            const std::size_t at = c * size + card[p * 3 + c];
-            gains[Rgb ? p * 3 + c : p] = table[at];
-            bit |= caps[at];
+            const std::uint16_t sample = card[p * 3 + c];
+            gains[Rgb ? p * 3 + c : p] = table[c * size + sample];
+            bit |= sample < below[c];
         }
         capped += bit;
     }
@@ -25,21 +25,23 @@ BRISAVANE_VECTOR_CLONES std::size_t LookUp(const double* __restrict table,
 }  // namespace
 
 // Each channel's gain is asked of the rule on a pixel whose other channels
-// are infinitely bright, so that only that channel can be capped.
+// are infinitely bright, so that only that channel can be capped. A gain
+// never rises with the card's value (the curves rise), so the samples whose
+// gain is capped are the lowest ones.
 GainTable::GainTable(const GainRule& rule, int bits, const ToneCurves* curves)
-    : rgb_(rule.rgb), size_(bits == 8 ? 256 : 65536), gains_(3 * size_), capped_(3 * size_) {
+    : rgb_(rule.rgb), size_(bits == 8 ? 256 : 65536), gains_(3 * size_) {
     const double bright = std::numeric_limits<double>::infinity();
     for (std::size_t c = 0; c < 3; ++c)
         for (std::size_t v = 0; v < size_; ++v) {
             double pixel[3] = {bright, bright, bright}, gains[3];
             const auto sample = static_cast<std::uint16_t>(v);
             pixel[c] = curves ? curves->Linear(static_cast<int>(c), sample) : sample;
-            capped_[c * size_ + v] = rule.Gains(pixel, 1, gains) > 0 ? 1 : 0;
+            if (rule.Gains(pixel, 1, gains) > 0) below_[c] = static_cast<std::uint32_t>(v + 1);
             gains_[c * size_ + v] = gains[rgb_ ? c : 0];
         }
 }
 
 std::size_t GainTable::Gains(const std::uint16_t* card, std::size_t pixels, double* gains) const {
-    return rgb_ ? LookUp<true>(gains_.data(), capped_.data(), size_, card, pixels, gains)
-                : LookUp<false>(gains_.data(), capped_.data(), size_, card, pixels, gains);
+    return rgb_ ? LookUp<true>(gains_.data(), below_, size_, card, pixels, gains)
+                : LookUp<false>(gains_.data(), below_, size_, card, pixels, gains);
 }

@@ -20,7 +20,7 @@ class GainTable {
 
   private:
     bool rgb_;
-    std::size_t size_;                  // samples of one channel
-    std::vector<double> gains_;         // red's, green's and blue's, size_ each
-    std::vector<std::uint8_t> capped_;  // 1 where the gain was held at the cap
+    std::size_t size_;                    // samples of one channel
+    std::vector<double> gains_;           // red's, green's and blue's, size_ each
+    std::uint32_t below_[3] = {0, 0, 0};  // per channel, the samples whose gain is capped
 };

@@ -5,14 +5,28 @@
 
 #include "SpanCorrection.h"
 
+namespace {
+// Gains are worked out for this many pixels at a time, so that they are read
+// back from the nearest cache rather than from a row of them.
+constexpr std::size_t kStretch = 256;
+
+// Pixels from to from + count of a span.
+SampleSpan Part(const SampleSpan& span, std::size_t from, std::size_t count) {
+    SampleSpan part = span;
+    part.samples += from * span.stride * span.sampleBytes;
+    part.pixels = count;
+    return part;
+}
+}  // namespace
+
 ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
-                             std::optional<ToneCurves> curves)
+                             std::shared_ptr<const ToneCurves> curves)
     : run_(run),
       stack_(run.Modes()),
       curves_(std::move(curves)),
       bandRows_(std::max(bandRows, 1u)),
       band_(std::size_t{stack_.Width()} * 3 * bandRows_),
-      gains_(std::size_t{stack_.Width()} * run.Rule().GainsPerPixel()) {
+      gains_(kStretch * run.Rule().GainsPerPixel()) {
     stack_.InLinearLight(run.CardCurves());
 }
 
@@ -39,29 +53,34 @@ const double* ModeCorrector::Card(std::uint32_t y) {
 bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span) {
     const std::uint16_t* dark = stack_.DarkRow(y);
     if ((stack_.HasDark() && !dark) || x + span.pixels > stack_.Width()) return false;
-    const GainRule& rule = run_.Rule();
-    std::size_t capped = 0;
-    if (!Gains(y, x, span.pixels, capped)) return false;
-    // A planar subject's pixel is met once a plane; it counts once.
-    if (span.firstColour == 0) capped_ += capped;
-    CorrectSpan(span, {gains_.data(), rule.GainsPerPixel(),
-                       dark ? dark + std::size_t{x} * 3 : nullptr, curves_ ? &*curves_ : nullptr});
+    const CardRow card = CardAt(y);
+    if (!card.samples && !card.values) return false;
+    for (std::size_t from = 0; from < span.pixels; from += kStretch) {
+        const std::size_t count = std::min(kStretch, span.pixels - from);
+        const std::size_t at = (x + from) * 3;
+        const std::size_t capped = Gains(card, at, count);
+        // A planar subject's pixel is met once a plane; it counts once.
+        if (span.firstColour == 0) capped_ += capped;
+        CorrectSpan(Part(span, from, count), {gains_.data(), run_.Rule().GainsPerPixel(),
+                                              dark ? dark + at : nullptr, curves_.get()});
+    }
     return true;
 }
 
-// Rows in order read the card's samples through the run's table; tiles, and
-// cards averaged or smoothed, take the rule on the card's values.
-bool ModeCorrector::Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels,
-                          std::size_t& capped) {
-    const GainTable* table = bandRows_ == 1 ? run_.Table() : nullptr;
-    if (table) {
-        const std::uint16_t* card = stack_.Samples(y);
-        if (card) capped = table->Gains(card + std::size_t{x} * 3, pixels, gains_.data());
-        return card != nullptr;
-    }
-    const double* card = Card(y);
-    if (card) capped = run_.Rule().Gains(card + std::size_t{x} * 3, pixels, gains_.data());
-    return card != nullptr;
+// Rows in order of a card of one shot are read in its samples; tiles, and
+// cards averaged or smoothed, in the card's values.
+ModeCorrector::CardRow ModeCorrector::CardAt(std::uint32_t y) {
+    if (bandRows_ == 1 && run_.OneShot()) return {stack_.Samples(y), nullptr};
+    return {nullptr, Card(y)};
+}
+
+// The samples' gains come through the run's table in linear light, else by
+// the rule, as the values' do.
+std::size_t ModeCorrector::Gains(const CardRow& card, std::size_t at, std::size_t pixels) {
+    const GainTable* table = run_.Table();
+    if (!card.samples) return run_.Rule().Gains(card.values + at, pixels, gains_.data());
+    if (table) return table->Gains(card.samples + at, pixels, gains_.data());
+    return run_.Rule().Gains(card.samples + at, pixels, gains_.data());
 }
 
 void ModeCorrector::Correct(std::uint32_t y, const PixelLayout& subject,

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include "CardStack.h"
@@ -18,7 +18,8 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   public:
     // bandRows: the rows a chunk of the subject spans at most (1 for rows in
     // order); curves: the subject's own, with --linear.
-    ModeCorrector(const ModeRun& run, std::uint32_t bandRows, std::optional<ToneCurves> curves);
+    ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
+                  std::shared_ptr<const ToneCurves> curves);
 
     void Correct(std::uint32_t y, const PixelLayout& subject, const std::uint8_t* subjectRow,
                  std::uint8_t* out) override;
@@ -30,18 +31,26 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   private:
     // The card's values of row y, all of its width; nil when they can't be read.
     const double* Card(std::uint32_t y);
-    // The gains of pixels x to x + pixels of row y, and how many were capped.
-    bool Gains(std::uint32_t y, std::uint32_t x, std::size_t pixels, std::size_t& capped);
+    // A row of the card, in its samples or in its values (3 a pixel); both
+    // nil when it can't be read.
+    struct CardRow {
+        const std::uint16_t* samples;
+        const double* values;
+    };
+    CardRow CardAt(std::uint32_t y);
+    // The gains of `pixels` pixels of the card's row from value `at` on, into
+    // gains_; gives how many were capped.
+    std::size_t Gains(const CardRow& card, std::size_t at, std::size_t pixels);
     // Corrects one row's run of pixels from x on; false when the card fails.
     bool CorrectRun(std::uint32_t y, std::uint32_t x, const struct SampleSpan& span);
 
     const ModeRun& run_;
     CardStack stack_;
-    std::optional<ToneCurves> curves_;
+    std::shared_ptr<const ToneCurves> curves_;
     std::uint32_t bandRows_;
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;
     std::vector<double> band_;
-    std::vector<double> gains_;
+    std::vector<double> gains_;  // a stretch of pixels' gains
     std::uint64_t capped_ = 0;
 };

@@ -62,47 +62,84 @@ void CorrectSamples(const SampleSpan& span, const SpanGains& with) {
     }
 }
 
-// Linear light, one colour at a time and in two passes over a stretch of
-// pixels: first every sample's linear value times its gain, then every
-// lookup of the sample back. The lookups depend on nothing but their own
-// value, so the processor overlaps many of them instead of waiting on each
-// one's chain of table reads in turn.
+// Linear light, one colour at a time and a stretch of pixels at a time: the
+// samples less the dark first, then their nearest samples to gain x their
+// linear value, many at once, then those back into place.
 template <class Sample, bool Swap>
 void CorrectLinear(const SampleSpan& span, const SpanGains& with) {
     constexpr std::size_t w = sizeof(Sample);
     constexpr std::size_t kStretch = 256;
     const ToneCurves& curves = *with.curves;
-    double values[kStretch];
+    std::uint16_t samples[kStretch], nearest[kStretch];
     for (std::size_t k = 0; k < span.colours; ++k) {
         const std::size_t c = span.firstColour + k;
-        const int colour = static_cast<int>(c);
         const double* gains = with.gains + (with.perPixel == 3 ? c : 0);
         for (std::size_t from = 0; from < span.pixels; from += kStretch) {
             const std::size_t n = std::min(kStretch, span.pixels - from);
             std::uint8_t* first = span.samples + (from * span.stride + k) * w;
             for (std::size_t i = 0; i < n; ++i) {
-                const std::size_t p = from + i;
-                double sample = LoadSample<Sample, Swap>(first + i * span.stride * w);
+                std::uint16_t sample = LoadSample<Sample, Swap>(first + i * span.stride * w);
                 if (with.dark) {
-                    sample -= with.dark[p * 3 + c];
-                    if (sample < 0.0) sample = 0.0;
+                    const std::uint16_t dark = with.dark[(from + i) * 3 + c];
+                    sample = static_cast<std::uint16_t>(sample > dark ? sample - dark : 0);
                 }
-                // An infinite gain on black stays black; the ceiling is 1.
-                const double product = gains[p * with.perPixel] *
-                                       curves.Linear(colour, static_cast<std::uint16_t>(sample));
-                const double held = product > 1.0 ? 1.0 : product;
-                values[i] = held >= 0.0 ? held : 0.0;
+                samples[i] = sample;
             }
+            curves.Brightened(static_cast<int>(c), samples, n, gains + from * with.perPixel,
+                              with.perPixel, nearest);
             for (std::size_t i = 0; i < n; ++i)
-                StoreSample<Sample, Swap>(first + i * span.stride * w,
-                                          curves.Sample(colour, values[i]));
+                StoreSample<Sample, Swap>(first + i * span.stride * w, nearest[i]);
         }
+    }
+}
+
+// The samples of a run of interleaved pixels less the dark held at 0, in
+// straight loops the compiler keeps in vector registers.
+template <class Sample, bool Swap>
+BRISAVANE_VECTOR_CLONES void LoadLessDark(const std::uint8_t* __restrict from, std::size_t n,
+                                          const std::uint16_t* __restrict dark,
+                                          std::uint16_t* __restrict samples) {
+    for (std::size_t i = 0; i < n; ++i)
+        samples[i] = LoadSample<Sample, Swap>(from + i * sizeof(Sample));
+    for (std::size_t i = 0; dark && i < n; ++i)
+        samples[i] = static_cast<std::uint16_t>(samples[i] > dark[i] ? samples[i] - dark[i] : 0);
+}
+
+template <class Sample, bool Swap>
+BRISAVANE_VECTOR_CLONES void StoreAll(std::uint8_t* __restrict to, std::size_t n,
+                                      const std::uint16_t* __restrict samples) {
+    for (std::size_t i = 0; i < n; ++i)
+        StoreSample<Sample, Swap>(to + i * sizeof(Sample), samples[i]);
+}
+
+// Linear light on interleaved pixels whose three colours share one tone
+// curve, as sRGB's do: their samples are taken in a row as if of one colour,
+// so that every load and store but the tables' is of neighbours.
+template <class Sample, bool Swap>
+void CorrectLinearShared(const SampleSpan& span, const SpanGains& with) {
+    constexpr std::size_t kStretch = 3 * 256;  // samples
+    std::uint16_t samples[kStretch], nearest[kStretch];
+    double spread[kStretch];  // one gain a pixel, given to its three samples
+    const std::size_t total = span.pixels * 3;
+    for (std::size_t from = 0; from < total; from += kStretch) {
+        const std::size_t n = std::min(kStretch, total - from);
+        std::uint8_t* first = span.samples + from * sizeof(Sample);
+        LoadLessDark<Sample, Swap>(first, n, with.dark ? with.dark + from : nullptr, samples);
+        const double* gains = spread;
+        if (with.perPixel == 3)
+            gains = with.gains + from;
+        else
+            for (std::size_t i = 0; i < n; ++i) spread[i] = with.gains[(from + i) / 3];
+        with.curves->Brightened(0, samples, n, gains, 1, nearest);
+        StoreAll<Sample, Swap>(first, n, nearest);
     }
 }
 
 template <class Sample, bool Swap>
 void Correct(const SampleSpan& span, const SpanGains& with) {
-    if (with.curves)
+    if (with.curves && span.stride == 3 && span.colours == 3 && with.curves->Shared())
+        CorrectLinearShared<Sample, Swap>(span, with);
+    else if (with.curves)
         CorrectLinear<Sample, Swap>(span, with);
     else if (span.stride == 3 && span.colours == 3)
         CorrectInterleaved<Sample, Swap>(span, with);
