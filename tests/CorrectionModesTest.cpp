@@ -269,3 +269,39 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     }
 }
 }  // namespace
+
+// A tiled subject corrected with a card and a dark frame of one plain strip
+// each, larger than the window of a file that is read in place: each of its
+// rows takes the dark frame's row of the same place, as the same subject in
+// one strip does.
+TEST(CorrectionModesDark, TiledSubjectTakesItsOwnRowsOfTheDarkFrame) {
+    TempFolder dir;
+    const auto make = [&](const char* name, const Pixels& pixels) {
+        TiffSpec image = testing_tiff::SpecOf(300, 640, 16, true);
+        image.pixel = pixels;
+        testing_tiff::WriteTiff(dir / name, image);
+        return (dir / name).string();
+    };
+    const std::string card =
+        make("card.tif", [](auto x, auto y) { return Of(60000 - x * 9, 50000 - y * 9, 40000); });
+    const std::string dark =
+        make("dark.tif", [](auto x, auto y) { return Of(x * 3, y * 5, (x + y) % 700); });
+    const std::string plain =
+        make("plain.tif", [](auto x, auto y) { return Of(x * 99, y * 50, 20000); });
+    ASSERT_EQ(std::system(
+                  ("tiffcp -t -w 16 -l 16 " + plain + " " + (dir / "tiled.tif").string()).c_str()),
+              0);
+    fs::create_directories(dir / "out");
+    std::ostringstream out, err;
+    ASSERT_EQ(RunEqualize({"--white", card, "--dark", dark, "--output", dir / "out", plain,
+                           dir / "tiled.tif"},
+                          out, err, nullptr),
+              0)
+        << out.str() << err.str();
+    const std::string strips = dir / "strips.tif";
+    ASSERT_EQ(
+        std::system(
+            ("tiffcp -s -r 640 " + (dir / "out/tiled_eq.tif").string() + " " + strips).c_str()),
+        0);
+    EXPECT_EQ(ReadWithLibtiff(strips).pixels, ReadWithLibtiff(dir / "out/plain_eq.tif").pixels);
+}

@@ -51,10 +51,11 @@ const double* ModeCorrector::Card(std::uint32_t y) {
 }
 
 bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span) {
-    const std::uint16_t* dark = stack_.DarkRow(y);
-    if ((stack_.HasDark() && !dark) || x + span.pixels > stack_.Width()) return false;
+    if (x + span.pixels > stack_.Width()) return false;
     const CardRow card = CardAt(y);
-    if (!card.samples && !card.values) return false;
+    // Only now: reading the card's band moves the dark frame's reader on.
+    const std::uint16_t* dark = stack_.DarkRow(y);
+    if ((!card.samples && !card.values) || (stack_.HasDark() && !dark)) return false;
     for (std::size_t from = 0; from < span.pixels; from += kStretch) {
         const std::size_t count = std::min(kStretch, span.pixels - from);
         const std::size_t at = (x + from) * 3;
