@@ -7,7 +7,7 @@
 
 #include <lcms2.h>
 
-#include "support/AnalyzeRun.h"
+#include "support/CliRun.h"
 #include "support/LibtiffFiles.h"
 #include "support/SavedProfile.h"
 #include "support/TempFolder.h"

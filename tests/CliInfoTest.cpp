@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "InfoCommand.h"
-#include "support/LibtiffFiles.h"
-#include "support/TempFolder.h"
+#include "CliRun.h"
+#include "LibtiffFiles.h"
+#include "TempFolder.h"
 
 namespace {
 const std::string kWhiteCard = std::string(BRISAVANE_SAMPLES) + "/white_card.tif";
@@ -31,12 +29,12 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
 
     std::vector<std::string> args;
     for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
-    std::ostringstream out, err;
-    EXPECT_EQ(RunInfo(args, out, err), c.code);
+    const CliRun run = Info(args);
+    EXPECT_EQ(run.code, c.code);
     if (!c.out.empty()) {
-        EXPECT_EQ(out.str(), c.out);
+        EXPECT_EQ(run.out, c.out);
     }
-    EXPECT_EQ(err.str(), c.err.ends_with(' ') ? c.err + args.back() + "\n" : c.err);
+    EXPECT_EQ(run.err, c.err.ends_with(' ') ? c.err + args.back() + "\n" : c.err);
     EXPECT_EQ(FileBytes(folder / "rgb.tif"), before);
     if (c.code == 0 && args.size() == 3) {
         EXPECT_EQ(FileBytes(args[2]), rgb.profile);

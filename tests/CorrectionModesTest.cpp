@@ -5,10 +5,10 @@
 #include <lcms2.h>
 
 #include <cmath>
-#include <sstream>
 
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "LibtiffFiles.h"
+#include "SavedProfile.h"
 #include "TempFolder.h"
 
 namespace {
@@ -36,19 +36,15 @@ const Pixels kSubject = [](auto x, auto y) {
 
 // sRGB's own ICC profile, or one of its primaries with gamma 2.2 curves.
 std::string Profile(const std::string& kind) {
+    if (kind.empty()) return "";
     cmsToneCurve* gamma = cmsBuildGamma(nullptr, 2.2);
     cmsToneCurve* curves[3] = {gamma, gamma, gamma};
     const cmsCIExyY white = {0.3127, 0.3290, 1.0};
     const cmsCIExyYTRIPLE primaries = {{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
-    cmsHPROFILE profile =
-        kind == "srgb" ? cmsCreate_sRGBProfile() : cmsCreateRGBProfile(&white, &primaries, curves);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::string bytes(size, '\0');
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
+    const auto bytes = SavedProfile(
+        kind == "srgb" ? cmsCreate_sRGBProfile() : cmsCreateRGBProfile(&white, &primaries, curves));
     cmsFreeToneCurve(gamma);
-    return kind.empty() ? "" : bytes;
+    return {bytes.begin(), bytes.end()};
 }
 
 struct Mode {
@@ -125,8 +121,8 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
         args.push_back(a == "shot" ? shot : a == "dark" ? dark : a == "card" ? card : a);
     args.push_back(subject);
     fs::create_directories(dir / "out");
-    std::ostringstream out, err;
-    ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+    const CliRun run = Equalize(args);
+    ASSERT_EQ(run.code, 0) << run.out << run.err;
 
     // The card as the modes see it and its extremes a channel, then each sample.
     std::vector<double> white = Values(kCard), shots = Values(kShot), darks = Values(kDark);
@@ -155,7 +151,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     char note[64] = "\n";
     if (capped > 0)
         std::snprintf(note, sizeof note, " (gain capped on %.1f %% of pixels)\n", capped / 0.24);
-    EXPECT_TRUE(out.str().ends_with("_eq.tif" + std::string(note))) << out.str();
+    EXPECT_TRUE(run.out.ends_with("_eq.tif" + std::string(note))) << run.out;
     const std::string plain = dir / "plain.tif";
     ASSERT_EQ(std::system(("tiffcp -s -p contig -c none -r 4 " +
                            (dir / "out/subject_eq.tif").string() + " " + plain)
@@ -164,8 +160,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     EXPECT_EQ(ReadWithLibtiff(plain).pixels, ImageOfSamples(6, 4, road.bits, want).pixels);
     if (!mode.Has("today")) return;  // and the same bytes as a run without the options
     fs::create_directories(dir / "today");
-    ASSERT_EQ(RunEqualize({"--white", card, "--output", dir / "today", subject}, out, err, nullptr),
-              0);
+    ASSERT_EQ(Equalize({"--white", card, "--output", dir / "today", subject}).code, 0);
     EXPECT_EQ(testing_tiff::ReadFile(dir / "today/subject_eq.tif"),
               testing_tiff::ReadFile(dir / "out/subject_eq.tif"));
 }
@@ -213,10 +208,9 @@ TEST(CorrectionModesSmooth, DustAndGrainDontPrint) {
     testing_tiff::WriteTiff(dir / "subject.tif", subject);
     for (const std::string radius : {"8", "0"}) {
         fs::create_directories(dir / radius);
-        std::ostringstream out, err;
-        ASSERT_EQ(RunEqualize({"--white", dir / "card.tif", "--smooth", radius, "--output",
-                               dir / radius, dir / "subject.tif"},
-                              out, err, nullptr),
+        ASSERT_EQ(Equalize({"--white", dir / "card.tif", "--smooth", radius, "--output",
+                            dir / radius, dir / "subject.tif"})
+                      .code,
                   0);
         const std::string got = testing_tiff::ReadFile(dir / radius / "subject_eq.tif");
         std::vector<double> green;  // little-endian, at the subject's own offset
@@ -262,9 +256,9 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     for (const auto& [more, code, words] : kRows) {
         std::vector<std::string> args = {"--output", dir / "out", "--white"};
         args.insert(args.end(), more.begin(), more.end());
-        std::ostringstream out, err;
-        EXPECT_EQ(RunEqualize(args, out, err, nullptr), code) << words;
-        EXPECT_NE((out.str() + err.str()).find(words), std::string::npos) << out.str() << err.str();
+        const CliRun run = Equalize(args);
+        EXPECT_EQ(run.code, code) << words;
+        EXPECT_NE((run.out + run.err).find(words), std::string::npos) << run.out << run.err;
         EXPECT_TRUE(fs::is_empty(dir / "out")) << words;
     }
 }

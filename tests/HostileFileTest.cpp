@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "AnalyzeCommand.h"
 #include "BatchRig.h"
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "FakeWhiteCardHost.h"
 #include "TiffBuilder.h"
 
@@ -44,8 +41,7 @@ struct CardRefusal {
     const char* label;
     std::function<void(const std::string&)> make;
     const char* window;  // nullptr: silent
-    const char*
-        cli;  // the path may follow; nullptr: libtiff reads it, so the command line takes it
+    const char* cli;     // nullptr: libtiff reads it, so the command line takes it
 };
 
 void PrintTo(const CardRefusal& c, std::ostream* os) {
@@ -81,12 +77,8 @@ std::vector<CardRefusal> CardRefusals() {
         {"Folder", [](const auto& p) { std::filesystem::create_directories(p); },
          "Error: ", kUnopened},
     };
-    // The products are worked out by hand from bits x samples / 8 bytes a pixel:
-    //   65535 x 4294967295 / 8 = 35183835209728 bytes a pixel; x 1024 x 512 is
-    //     about 1.8e19, past 2^63, and x 4294967295 pixels leaves the range in
-    //     the row length itself;
-    //   32768 x 4294967295 / 8 = 2^44 - 2^12; x 1024 x 512 = 2^63 - 2^31, and an
-    //     offset of 2^31 carries the sum to 2^63, again past the 64-bit range.
+    // Bytes a pixel (bits x samples / 8) times the pixels pass 2^63: alone,
+    // in the row length, or (2^63 - 2^31 for 32768 bits) with an offset of 2^31.
     const Hostile hostile[] = {
         {"LastByteMissing", 8, {}, true},
         {"OffsetPastTheEnd", 8, {{273, 4, 1, 0xFFFFFFF0u}}, false},
@@ -127,10 +119,10 @@ TEST_P(CardRefused, InTheWindowAndOnTheCommandLine) {
     for (const std::string& shown : host.statusShown) EXPECT_EQ(shown, "");
     EXPECT_EQ(host.labels[WhiteLabel::TxtInfoWhite], "");
 
-    std::ostringstream out, err;
-    EXPECT_EQ(RunAnalyze({path}, out, err), c.cli ? 2 : 0) << err.str();
-    EXPECT_EQ(err.str().rfind(c.cli ? c.cli : "", 0), 0u) << err.str();
-    EXPECT_EQ(out.str().empty(), c.cli != nullptr);
+    const CliRun run = Analyze({path});
+    EXPECT_EQ(run.code, c.cli ? 2 : 0) << run.err;
+    EXPECT_EQ(run.err.rfind(c.cli ? c.cli : "", 0), 0u) << run.err;
+    EXPECT_EQ(run.out.empty(), c.cli != nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CardRefused, ::testing::ValuesIn(CardRefusals()),
@@ -188,10 +180,8 @@ TEST_P(OddPixelSize, StaysInsideTheRows) {
     EXPECT_EQ(output.substr(start + rows), bytes.substr(start + rows));
 
     std::filesystem::create_directories(rig.dir.Path() / "cli");
-    std::ostringstream out, err;
-    RunEqualize(
-        {"--white", rig.dir / "white.tif", "--output", rig.dir / "cli", rig.SubjectPath("odd.tif")},
-        out, err, nullptr);
+    Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
+              rig.SubjectPath("odd.tif")});
     EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
 
     // The same file as a white card in the window, with preview and tone map.

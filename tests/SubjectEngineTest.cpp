@@ -3,14 +3,10 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include <sstream>
-
-#include "AnalyzeCommand.h"
 #include "BatchRig.h"
 #include "ChildProcess.h"
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "FakeWhiteCardHost.h"
-#include "InfoCommand.h"
 #include "ReferenceEqualize.h"
 #include "ResultLines.h"
 #include "SubjectJob.h"
@@ -159,21 +155,19 @@ TEST_P(SpecialFile, IsNeverOpened) {
     white.dialogs.openAnswers.push_back(path);
     OpenWhiteCard(state, white);
     EXPECT_EQ(white.dialogs.messages, std::vector<std::string>{"Error: "});
-    std::ostringstream out, err;
-    EXPECT_EQ(RunAnalyze({path}, out, err), 2);
-    EXPECT_EQ(RunInfo({path}, out, err), 2);
-    EXPECT_EQ(err.str(), "Error: The white card file can't be opened: " + path +
-                             "\nError: The file can't be opened: " + path + "\n");
+    const CliRun analyze = Analyze({path}), info = Info({path});
+    EXPECT_EQ(analyze.code + info.code, 4);
+    EXPECT_EQ(analyze.err + info.err, "Error: The white card file can't be opened: " + path +
+                                          "\nError: The file can't be opened: " + path + "\n");
     rig.Press();  // x.tif ends the batch
     EXPECT_EQ(rig.host.messages, std::vector<std::string>{"Nil Object: "});
     rig.host.rows.erase(rig.host.rows.begin());
     rig.Press();  // a.tif's output is the special file
     EXPECT_TRUE(rig.host.marks.empty());
-    EXPECT_EQ(RunEqualize({"--white", rig.dir / "white.tif", "--output", rig.dir / "out",
-                           "--overwrite", path, rig.SubjectPath("a.tif")},
-                          out, err, nullptr),
-              1);
-    EXPECT_EQ(out.str(),
+    const CliRun run = Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "out",
+                                 "--overwrite", path, rig.SubjectPath("a.tif")});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out,
               "x.tif: skipped: the file can't be opened\na.tif: failed: " + kProblem + "\n");
     ::alarm(0);
     for (const int fd : sockets) ::close(fd);

@@ -3,35 +3,25 @@
 #include <cstring>
 
 #include "MemoryBlock.h"
+#include "OpenedTiff.h"
 #include "RowReader.h"
-#include "TiffFile.h"
-#include "support/TempFolder.h"
-#include "support/TiffBuilder.h"
+#include "TempFolder.h"
+#include "TiffBuilder.h"
 
 using namespace testing_tiff;
 
 namespace {
 
-struct Opened {
-    std::shared_ptr<TiffFile> tiff;
-    bool failed;
-};
-
-Opened OpenBytes(const TempFolder& folder, const std::string& bytes) {
-    const auto path = folder / "image.tif";
-    WriteFile(path, bytes);
-    auto tiff = std::make_shared<TiffFile>();
-    tiff->fi = GetFolderItem(path);
-    const bool failed = tiff->OpenTIFF();
-    return {tiff, failed};
+OpenedTiff OpenBytes(const TempFolder& folder, const std::string& bytes) {
+    WriteFile(folder / "image.tif", bytes);
+    return OpenTiff(folder / "image.tif");
 }
 
 // Parses a built image that must be accepted.
 std::shared_ptr<TiffFile> Accepted(const TiffSpec& image) {
     TempFolder folder;
-    const Opened o = OpenBytes(folder, BuildTiff(image).bytes);
-    EXPECT_FALSE(o.failed) << o.tiff->errstr;
-    return o.tiff;
+    WriteTiff(folder / "image.tif", image);
+    return Opened(folder / "image.tif");
 }
 
 // Refusals: the words, a closed stream, and entries after the refused one unread.
@@ -53,7 +43,7 @@ TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
     std::string bytes = BuildTiff(image).bytes;
     if (c.breakMagic) bytes[3] = 43;
     TempFolder folder;
-    const Opened o = OpenBytes(folder, bytes);
+    const OpenedTiff o = OpenBytes(folder, bytes);
     EXPECT_TRUE(o.failed);
     EXPECT_EQ(o.tiff->errstr, c.words);
     ASSERT_TRUE(o.tiff->imagefile);

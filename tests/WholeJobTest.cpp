@@ -1,7 +1,5 @@
-// The whole job through the real window, as a user does it: open a white card,
-// choose a folder of subjects, tick, set the amount, press Process, read the
-// marks and messages. Dialogs answer with prepared paths; everything else goes
-// through the widgets.
+// The whole job through the real window's widgets; dialogs answer with
+// prepared paths.
 
 #include <QCheckBox>
 #include <QDir>
