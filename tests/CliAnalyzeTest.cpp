@@ -13,20 +13,28 @@ using namespace testing_png;
 
 namespace {
 // The 8-bit maximum's text, without the parentheses, is the white card
-// workflow's own (WhiteCardWorkflowTest).
-TEST(CliAnalyze, PrintsTheFourLinesFor16Bit) {
+// workflow's own (WhiteCardWorkflowTest). --channels rgb adds a line a channel.
+TEST(CliAnalyze, PrintsTheFourLinesFor16BitAndAChannelEach) {
     TempFolder folder;
     std::vector<std::uint16_t> samples(36, 1000);
     samples[3 * 6 + 1] = 61680;  // green of pixel (2, 1)
     samples[3 * 9 + 1] = 257;    // green of pixel (1, 2)
+    samples[3 * 11] = 5000;      // red of pixel (3, 2)
+    samples[3 * 4 + 2] = 2;      // blue of pixel (0, 1)
     LibtiffImage image = ImageOfSamples(4, 3, 16, samples);
     image.bigEndian = true;
     WriteWithLibtiff(folder / "w.tif", image);
-    const CliRun r = Analyze({folder / "w.tif"});
-    EXPECT_EQ(r.code, 0) << r.err;
-    EXPECT_EQ(r.out,
-              "Size: 4 x 3 pixels  16 bits/channel\nMaximum: 61680 (240)\nMinimum: 257\n"
-              "Location:   x: 2  y: 1\n");
+    const std::string lines =
+        "Size: 4 x 3 pixels  16 bits/channel\nMaximum: 61680 (240)\nMinimum: 257\n"
+        "Location:   x: 2  y: 1\n";
+    const CliRun green = Analyze({folder / "w.tif"});
+    EXPECT_EQ(green.code, 0) << green.err;
+    EXPECT_EQ(green.out, lines);
+    EXPECT_EQ(Analyze({folder / "w.tif", "--channels", "rgb"}).out,
+              lines +
+                  "Red: maximum 5000, minimum 1000, brightest at x: 3  y: 2\n"
+                  "Green: maximum 61680, minimum 257, brightest at x: 2  y: 1\n"
+                  "Blue: maximum 1000, minimum 2, brightest at x: 0  y: 0\n");
 }
 
 // A source pixel of the card and the colour the map gives it.

@@ -124,7 +124,7 @@ struct Depth {
 
 class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>> {
   protected:
-    std::string Run(const fs::path& card, const fs::path& subject, const fs::path& out) {
+    std::string EqualizeInto(const fs::path& card, const fs::path& subject, const fs::path& out) {
         fs::create_directories(out);
         const CliRun run = Equalize({"--white", card, "--output", out, subject});
         EXPECT_EQ(run.code, 0) << run.out << run.err;
@@ -156,13 +156,13 @@ TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
     const fs::path writer =
         kWriters / (std::string(layout.writer ? layout.writer : "") + "_" + depth.bits + ".tif");
     if (layout.writer) card = subject = WritePlain(writer, dir / "plain.tif");
-    Run(card, subject, dir / "engine");
+    EqualizeInto(card, subject, dir / "engine");
     const Decoded engine = Decode(dir / "engine" / (subject.stem().string() + "_eq.tif"));
 
     const fs::path made = layout.writer ? writer : Make(layout, layout.card ? card : subject);
     const fs::path input = layout.card ? subject : made;
-    const std::string line =
-        layout.card ? Run(made, subject, dir / "out") : Run(card, made, dir / "out");
+    const std::string line = layout.card ? EqualizeInto(made, subject, dir / "out")
+                                         : EqualizeInto(card, made, dir / "out");
     const fs::path output = dir / "out" / (input.stem().string() + "_eq.tif");
     // Photoshop's layers go, and the line says so; every other tag stays.
     const bool layers = layout.tagged;

@@ -17,18 +17,18 @@ struct CliRun {
 
 // Runs one command as brisavane-cli would, its printing caught.
 template <class Command, class... More>
-CliRun Run(Command command, const std::vector<std::string>& args, More... more) {
+CliRun RunCommand(Command command, const std::vector<std::string>& args, More... more) {
     std::ostringstream out, err;
     const int code = command(args, out, err, more...);
     return {code, out.str(), err.str()};
 }
 
 inline CliRun Analyze(const std::vector<std::string>& args) {
-    return Run(RunAnalyze, args);
+    return RunCommand(RunAnalyze, args);
 }
 inline CliRun Info(const std::vector<std::string>& args) {
-    return Run(RunInfo, args);
+    return RunCommand(RunInfo, args);
 }
 inline CliRun Equalize(const std::vector<std::string>& args, std::ostream* terminal = nullptr) {
-    return Run(RunEqualize, args, terminal);
+    return RunCommand(RunEqualize, args, terminal);
 }
