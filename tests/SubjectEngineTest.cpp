@@ -147,7 +147,7 @@ TEST_P(SpecialFile, IsNeverOpened) {
     }
     rig.host.rows.push_back({true, "x.tif"});
     rig.AddSubject("a.tif", BuildTiff(Scene(8, true)).bytes);
-    rig.host.saveAnswers = {std::make_shared<FolderItem>(output)};
+    rig.host.dialogs.saveAnswers = {output};
     ::alarm(60);
 
     WindowState state;
@@ -160,7 +160,7 @@ TEST_P(SpecialFile, IsNeverOpened) {
     EXPECT_EQ(analyze.err + info.err, "Error: The white card file can't be opened: " + path +
                                           "\nError: The file can't be opened: " + path + "\n");
     rig.Press();  // x.tif ends the batch
-    EXPECT_EQ(rig.host.messages, std::vector<std::string>{"Nil Object: "});
+    EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
     rig.host.rows.erase(rig.host.rows.begin());
     rig.Press();  // a.tif's output is the special file
     EXPECT_TRUE(rig.host.marks.empty());

@@ -7,9 +7,9 @@
 #include <QWidget>
 #include <memory>
 
-#include "FakeDialogs.h"
 #include "MenuBar1.h"
 #include "WinEqualize.h"
+#include "FakeDialogs.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
 

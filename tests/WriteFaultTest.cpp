@@ -169,7 +169,7 @@ TEST(UnwritablePlace, CrossThenTheNextFile) {
     rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
     rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "an earlier output");
-    rig.host.saveAnswers = {std::make_shared<FolderItem>(rig.dir.Path() / "gone" / "a.tif")};
+    rig.host.dialogs.saveAnswers = {rig.dir.Path() / "gone" / "a.tif"};
     rig.Press();
     EXPECT_EQ(Outcome(rig), Crossed(0) + Checked(1));
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");
