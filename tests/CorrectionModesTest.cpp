@@ -8,13 +8,13 @@
 
 #include "CliRun.h"
 #include "LibtiffFiles.h"
+#include "ReferenceEqualize.h"
 #include "SavedProfile.h"
 #include "TempFolder.h"
 
 namespace {
 namespace fs = std::filesystem;
-using testing_tiff::Rgb;
-using testing_tiff::TiffSpec;
+using namespace testing_tiff;
 using Pixels = std::function<Rgb(std::uint32_t, std::uint32_t)>;
 
 Rgb Of(double r, double g, double b) {
@@ -96,10 +96,8 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
     // The profile's curve from its formula; plain samples without a profile.
     double Linear(double sample) const {
         const double c = sample / ceiling;
-        if (mode.profile == "gamma") return std::pow(c, 2.2);
-        if (mode.profile == "srgb")
-            return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-        return sample;
+        if (mode.profile.empty()) return sample;
+        return mode.profile == "srgb" ? SrgbToLinear(c) : GammaToLinear(c);
     }
     // The sample whose curve value is nearest, the lower one on a tie.
     std::uint16_t Sample(double value) {
@@ -140,7 +138,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     for (std::size_t i = 0; i < s.size(); i += 3) {
         bool bit = false;
         for (std::size_t c = 0, k = mode.Has("rgb") ? 0 : 1; c < 3; ++c, k += mode.Has("rgb")) {
-            double gain = (min[k] + (max[k] - min[k]) * mode.amount) / white[i + k];
+            double gain = ExpectedTarget(max[k], min[k], mode.amount) / white[i + k];
             gain = mode.Has("darken") ? gain : std::max(gain, 1.0);
             bit |= gain > mode.cap;
             const double sample = std::max(s[i + c] - (mode.Has("frame") ? darks[i + c] : 0), 0.0);
