@@ -54,8 +54,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
 }
 
 TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessButton) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
     struct Step {

@@ -41,8 +41,7 @@ class WholeJob : public WindowFixture {
         list = Get<QTableWidget>("LstSubject");
         fs::create_directories(shoot);
         fs::create_directories(out);
-        win->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+        Show();
     }
 
     void Process(const fs::path& into) {

@@ -7,9 +7,9 @@
 #include <QWidget>
 #include <memory>
 
+#include "FakeDialogs.h"
 #include "MenuBar1.h"
 #include "WinEqualize.h"
-#include "FakeDialogs.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
 
@@ -28,6 +28,10 @@ class WindowFixture : public ::testing::Test {
     }
     WindowState& State() { return win->State(); }
 
+    void Show() {
+        win->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    }
     // As the user does it, with the dialogs answering the given path.
     void Click(const char* name) { QTest::mouseClick(Get(name), Qt::LeftButton); }
     void OpenWhite(const std::filesystem::path& path) {

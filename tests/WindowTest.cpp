@@ -22,8 +22,7 @@ using WindowTest = WindowFixture;
 TEST_F(WindowTest, FixedWhiteTitledWindow) {
     EXPECT_EQ(win->windowTitle(), "Brisavane 3");
     EXPECT_EQ(win->centralWidget()->size(), QSize(760, 500));
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     EXPECT_EQ(win->minimumSize(), win->maximumSize());
     EXPECT_EQ(win->centralWidget()->palette().color(QPalette::Window), QColor(Qt::white));
 }
@@ -63,8 +62,7 @@ TEST_F(WindowTest, ToneMapBoxShowsTheStripAndHidesWithThePreviews) {
     auto* previews = Get<QCheckBox>("ChkShowPreviews");
     auto* toneBox = Get<QCheckBox>("ChkShowToneMap");
     auto* strip = Get<PictureCanvas>("CanToneScale");
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     QTest::mouseClick(toneBox, Qt::LeftButton);
     strip->repaint();
     const QImage& shown = strip->Surface();
@@ -82,8 +80,7 @@ TEST_F(WindowTest, ToneMapBoxShowsTheStripAndHidesWithThePreviews) {
 }
 
 TEST_F(WindowTest, ResultCanvasWipesBeforeASmallerPictureSubjectCanvasDoesNot) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     auto* result = Get<PictureCanvas>("CanResult");
     auto* subject = Get<PictureCanvas>("CanSubject");
     const auto show = [&](int width, int height, std::uint32_t colour) {
@@ -107,8 +104,7 @@ TEST_F(WindowTest, ResultCanvasWipesBeforeASmallerPictureSubjectCanvasDoesNot) {
 }
 
 TEST_F(WindowTest, EscapeAndControlPeriodCancelOnlyARunningOperation) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     WindowEventPump& pump = win->Pump();
     QTest::keyClick(win.get(), Qt::Key_Escape);
     pump.Begin();
@@ -225,8 +221,7 @@ class WindowWhiteCardTest : public WindowFixture {
 };
 
 TEST_F(WindowWhiteCardTest, OpenShowsFiguresPreviewAndToneMap) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     OpenWhite(Card());
     EXPECT_TRUE(dialogs.messages.empty());
     EXPECT_EQ(Get<QLabel>("TxtMaxVal")->text(), "61680 (240)");
@@ -246,8 +241,7 @@ TEST_F(WindowWhiteCardTest, OpenShowsFiguresPreviewAndToneMap) {
 }
 
 TEST_F(WindowWhiteCardTest, CancelledOpenResetsTheWindowButLeavesProcessAlone) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     OpenWhite(Card());
     ChooseSubjects(folder.Path());
     Click("ChkSelectAll");
