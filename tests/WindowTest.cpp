@@ -145,8 +145,6 @@ TEST(WinAboutTest, TextsAndAFreshWindowEachTime) {
         EXPECT_EQ(about->TxtVersion()->text(), "");
         about->show();
         EXPECT_EQ(about->TxtVersion()->text(), "Version 3.2.2");
-        EXPECT_EQ(about->findChild<QLabel*>("StaticText4")->text(),
-                  "Equalize lens and light falloff in TIFF images.");
         QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
         about->grab().save(BRISAVANE_ARTIFACT_DIR "/about.png");  // for a reviewer's eye
         about->close();
