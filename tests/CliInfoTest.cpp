@@ -9,7 +9,7 @@ const std::string kWhiteCard = std::string(BRISAVANE_SAMPLES) + "/white_card.tif
 
 struct InfoCase {
     const char* name;
-    std::vector<std::string> args;  // "@name" is a file of the scratch folder
+    std::string args;  // as Words() reads them
     int code;
     std::string out;  // all of it, or "" when nothing is printed
     std::string err;  // words ending in a blank are followed by the last argument
@@ -27,8 +27,7 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     std::ofstream(folder / "text.tif") << "plain words, no image";
     const auto before = FileBytes(folder / "rgb.tif");
 
-    std::vector<std::string> args;
-    for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
+    const std::vector<std::string> args = Words(c.args, folder.Path());
     const CliRun run = Info(args);
     EXPECT_EQ(run.code, c.code);
     if (!c.out.empty()) {
@@ -58,20 +57,13 @@ const std::string kWhiteCardRecord =
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliInfoTest,
-    ::testing::Values(InfoCase{"Record", {kWhiteCard}, 0, kWhiteCardRecord, ""},
-                      InfoCase{"Profile", {"@rgb.tif", "--profile", "@p.icc"}, 0, "", ""},
-                      InfoCase{
-                          "Missing", {"@none.tif"}, 2, "", "Error: The file can't be opened: "},
-                      InfoCase{"NotATiff", {"@text.tif"}, 2, "", "Not a valid TIFF file.\n"},
-                      InfoCase{"NoProfile",
-                               {kWhiteCard, "--profile", "@p.icc"},
-                               2,
-                               kWhiteCardRecord,
+    ::testing::Values(InfoCase{"Record", kWhiteCard, 0, kWhiteCardRecord, ""},
+                      InfoCase{"Profile", "@rgb.tif --profile @p.icc", 0, "", ""},
+                      InfoCase{"Missing", "@none.tif", 2, "", "Error: The file can't be opened: "},
+                      InfoCase{"NotATiff", "@text.tif", 2, "", "Not a valid TIFF file.\n"},
+                      InfoCase{"NoProfile", kWhiteCard + " --profile @p.icc", 2, kWhiteCardRecord,
                                "Error: The file carries no ICC profile.\n"},
-                      InfoCase{"ProfileOverItsOwnFile",
-                               {"@rgb.tif", "--profile", "@rgb.tif"},
-                               2,
-                               "",
+                      InfoCase{"ProfileOverItsOwnFile", "@rgb.tif --profile @rgb.tif", 2, "",
                                "Error: The profile can't be written to "}),
     [](const auto& info) { return std::string(info.param.name); });
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 
 #include "CliRun.h"
 #include "CommandLine.h"
@@ -14,17 +13,12 @@ const std::string kNoPixels = "Error: The white card image has no pixels: 0 x 0 
 
 // Help and version go to stdout with exit 0. A refusal exits 2 with nothing on
 // stdout and stderr starting with its words; after "brisavane-cli ..." words a
-// usage line follows. Words are split at blanks; "@name" is a file of the
-// scratch folder, "@" the folder.
+// usage line follows.
 TEST(CliOptions, HelpOrRefusal) {
     TempFolder folder;
     std::ofstream(folder / "empty.tif") << std::string("II*\0\x08\0\0\0", 8);
-    const auto run = [&](const std::string& line) {
-        std::vector<std::string> args;
-        std::istringstream words(line);
-        for (std::string w; words >> w;)
-            args.push_back(w[0] == '@' ? (folder / w.substr(1)).string() : w);
-        return RunCommand(RunCommandLine, args, nullptr);
+    const auto run = [&](const std::string& words) {
+        return RunCommand(RunCommandLine, Words(words, folder.Path()), nullptr);
     };
     const std::pair<std::string, std::string> kHelps[] = {
         {"--help", "\n  equalize "},

@@ -48,28 +48,21 @@ void PrintTo(const CardRefusal& c, std::ostream* os) {
     *os << c.label;
 }
 
-TiffSpec WithStrips(std::int64_t rowsPerStrip, std::vector<Entry> extra = {}) {
-    TiffSpec s;
-    s.rowsPerStrip = rowsPerStrip;
-    s.extra = std::move(extra);
-    return s;
-}
-
 constexpr const char* kOneStrip = "Error: The white card image must be in one contiguous strip";
 constexpr const char* kUnopened = "Error: The white card file can't be opened: ";
 
 std::vector<CardRefusal> CardRefusals() {
     std::vector<CardRefusal> cases = {
         // One strip's offset and byte count for the two strips the rows make.
-        {"TwoStrips", [](const auto& p) { WriteTiff(p, WithStrips(2)); }, kOneStrip,
+        {"TwoStrips", [](const auto& p) { WriteTiff(p, Tagged({}, true, 8, 2)); }, kOneStrip,
          "Error: The white card's pixels can't be decoded: strip 1 is missing from the file"},
-        {"RowsPerStripAboveHeight", [](const auto& p) { WriteTiff(p, WithStrips(4)); }, kOneStrip,
-         nullptr},
+        {"RowsPerStripAboveHeight", [](const auto& p) { WriteTiff(p, Tagged({}, true, 8, 4)); },
+         kOneStrip, nullptr},
         // Refused by the reader after the height but before the rows per
         // strip: the unequal pair wins over the reader's own words.
         {"Grey",
          [](const auto& p) {
-             WriteTiff(p, WithStrips(-2, {{262, 3, 1, 1}, {278, 4, 1, 3}}));
+             WriteTiff(p, Tagged({{262, 3, 1, 1}, {278, 4, 1, 3}}, true, 8, -2));
          },
          kOneStrip, kOneStrip},
         {"NotATiff", [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); }, nullptr,

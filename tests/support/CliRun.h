@@ -2,6 +2,7 @@
 
 // brisavane-cli's commands run in-process, with what they printed.
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -14,6 +15,16 @@ struct CliRun {
     int code;
     std::string out, err;
 };
+
+// Words split at blanks; "@name" stands for a file in folder, "@" for the folder.
+inline std::vector<std::string> Words(const std::string& line,
+                                      const std::filesystem::path& folder) {
+    std::vector<std::string> words;
+    std::istringstream in(line);
+    for (std::string w; in >> w;)
+        words.push_back(w[0] == '@' ? (folder / w.substr(1)).string() : w);
+    return words;
+}
 
 // Runs one command as brisavane-cli would, its printing caught.
 template <class Command, class... More>
