@@ -5,6 +5,7 @@
 #include "BatchRig.h"
 #include "ChildProcess.h"
 #include "CliRun.h"
+#include "FileHashes.h"
 #include "ReferenceEqualize.h"
 
 using namespace testing_tiff;
@@ -43,11 +44,7 @@ TEST(CliEqualize, FolderLinesAndExitCode) {
                          "d.tif: skipped: Not a valid TIFF file.\n");
     EXPECT_EQ(o.code, 1);
     EXPECT_EQ(o.err, "");
-    // nothing but the outputs is left in the folder
-    std::size_t files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
-        files += entry.is_regular_file();
-    EXPECT_EQ(files, 2u);
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);  // the outputs and nothing else
     const CliRun none = Equalize(rig.Args({rig.dir / "subjects"}, "none"));
     EXPECT_EQ(none.code, 2);
     EXPECT_TRUE(none.err.starts_with("brisavane-cli equalize: the output folder doesn't exist"));

@@ -74,8 +74,9 @@ TEST(CliOptions, HelpOrRefusal) {
         EXPECT_EQ(r.code, 2) << words;
         EXPECT_EQ(r.out, "") << words;
         EXPECT_EQ(r.err.rfind(err, 0), 0u) << r.err;
-        if (err.starts_with("brisavane-cli"))
+        if (err.starts_with("brisavane-cli")) {
             EXPECT_NE(r.err.find("\nusage: brisavane-cli "), std::string::npos) << words;
+        }
     }
 }
 }  // namespace

@@ -7,6 +7,7 @@
 #include "ChildProcess.h"
 #include "CliRun.h"
 #include "FakeWhiteCardHost.h"
+#include "FileHashes.h"
 #include "ReferenceEqualize.h"
 #include "ResultLines.h"
 #include "SubjectJob.h"
@@ -79,9 +80,7 @@ TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
 
     EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), original);
     const int rows = window ? s.windowRows : s.lineRows;
-    const auto outputs = std::distance(std::filesystem::directory_iterator(rig.dir.Path() / "out"),
-                                       std::filesystem::directory_iterator());
-    EXPECT_EQ(outputs, rows < 0 ? 0 : 1);
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), rows < 0 ? 0u : 1u);
     if (rows < 0) return;
     const std::size_t split = built.imageOffset + rows * built.bytesPerRow;
     EXPECT_EQ(

@@ -10,7 +10,6 @@
 #include <QTableWidget>
 #include <QTest>
 #include <map>
-#include <set>
 
 #include "PictureImage.h"
 #include "ResourcePictures.h"
@@ -123,10 +122,8 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
     EXPECT_FALSE(Get("PrgEqualize")->isVisible());
     EXPECT_EQ(Get<QLabel>("TxtStatusSubject")->text(), "");
     const double target = Target(card, 0.8);
-    EXPECT_EQ(HashFolder(shoot), before);  // no subject touched
-    std::set<std::string> written;
-    for (const auto& entry : fs::directory_iterator(out)) written.insert(entry.path().filename());
-    EXPECT_EQ(written, (std::set<std::string>{"a_little_eq.tif", "b_big_eq.tif"}));
+    EXPECT_EQ(HashFolder(shoot), before);   // no subject touched
+    EXPECT_EQ(HashFolder(out).size(), 2u);  // a_little_eq.tif and b_big_eq.tif, read below
     for (const RowOutcome& o : kOutcomes) {
         SCOPED_TRACE(o.name);
         EXPECT_EQ(MarkOf(o.name), o.mark);
