@@ -118,14 +118,14 @@ INSTANTIATE_TEST_SUITE_P(Limits, FileSizeLimit,
                          [](const auto& info) { return std::string(kLimitNames[info.index]); });
 
 // A small file system that the big subject's copy fills, or one that takes no
-// writes at all. The window's batch keeps what a failed file left (as after
-// any write error), so a full disk stays full for the file after it;
-// brisavane-cli removes its temporary, so the file after it fits again. It
-// runs one job at a time: two copies in work at once on a disk this small
-// would, by chance, leave no room for each other.
+// writes at all (every file fails). The window's batch keeps what a failed
+// file left (as after any write error), so a full disk stays full for the
+// file after it; brisavane-cli removes its temporary, so the file after it
+// fits again. It runs one job at a time: two copies in work at once on a disk
+// this small would, by chance, leave no room for each other.
 class FullOrReadOnlyDisk : public ::testing::TestWithParam<bool> {};
 
-TEST_P(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsTheBigFileOnly) {
+TEST_P(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsWhatCouldNot) {
     const bool readOnly = GetParam();
     BatchRig rig{Card()};
     const TiffSpec small = Subject(0), big = Subject(60000, false);
