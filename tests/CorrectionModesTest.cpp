@@ -11,6 +11,7 @@
 #include "ReferenceEqualize.h"
 #include "SavedProfile.h"
 #include "TempFolder.h"
+#include "ToneCurves.h"
 
 namespace {
 namespace fs = std::filesystem;
@@ -67,7 +68,8 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
     const Mode& mode = std::get<0>(GetParam());
     const Road& road = std::get<1>(GetParam());
     const double ceiling = road.bits == 8 ? 255.0 : 65535.0;
-    std::vector<double> curve;  // the profile's tone curve at each sample
+    // The profile's tone curves, which ModesTest holds to their formulas.
+    const std::optional<ToneCurves> curves = Curves();
     TempFolder dir;
 
     // The image's samples on the file's scale, and the file made of them.
@@ -93,21 +95,19 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
         EXPECT_TRUE(road.tiffcp.empty() || std::system(remake.c_str()) == 0);
         return path;
     }
-    // The profile's curve from its formula; plain samples without a profile.
-    double Linear(double sample) const {
-        const double c = sample / ceiling;
-        if (mode.profile.empty()) return sample;
-        return mode.profile == "srgb" ? SrgbToLinear(c) : GammaToLinear(c);
+    std::optional<ToneCurves> Curves() const {
+        const std::string icc = Profile(mode.profile);
+        std::string why;
+        if (icc.empty()) return std::nullopt;
+        return ToneCurves::FromProfile({icc.begin(), icc.end()}, road.bits, why);
     }
-    // The sample whose curve value is nearest, the lower one on a tie.
-    std::uint16_t Sample(double value) {
-        if (mode.profile.empty()) return static_cast<std::uint16_t>(std::min(value, ceiling));
-        while (curve.size() <= ceiling) curve.push_back(Linear(double(curve.size())));
-        const double v = std::min(value, 1.0);
-        std::size_t best = 0;
-        for (std::size_t k = 1; k < curve.size(); ++k)
-            if (std::abs(curve[k] - v) < std::abs(curve[best] - v)) best = k;
-        return static_cast<std::uint16_t>(best);
+    // Plain samples without a profile.
+    double Linear(int c, double sample) const {
+        return curves ? curves->Linear(c, sample) : sample;
+    }
+    std::uint16_t Sample(int c, double value) const {
+        return curves ? curves->Sample(c, value)
+                      : static_cast<std::uint16_t>(std::min(value, ceiling));
     }
 };
 
@@ -128,7 +128,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     for (std::size_t i = 0; i < white.size(); ++i) {
         if (mode.Has("shot")) white[i] = (white[i] + shots[i]) / 2;
         if (mode.Has("frame")) white[i] = std::max(white[i] - darks[i], 0.0);
-        white[i] = Linear(white[i]);
+        white[i] = Linear(i % 3, white[i]);
         max[i % 3] = std::max(max[i % 3], white[i]);
         min[i % 3] = std::min(min[i % 3], white[i]);
     }
@@ -142,7 +142,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
             gain = mode.Has("darken") ? gain : std::max(gain, 1.0);
             bit |= gain > mode.cap;
             const double sample = std::max(s[i + c] - (mode.Has("frame") ? darks[i + c] : 0), 0.0);
-            want.push_back(Sample(std::min(gain, mode.cap) * Linear(sample)));
+            want.push_back(Sample(c, std::min(gain, mode.cap) * Linear(c, sample)));
         }
         capped += bit;
     }
