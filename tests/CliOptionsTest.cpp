@@ -55,6 +55,7 @@ TEST(CliOptions, HelpOrRefusal) {
         {"analyze @a --tonemap @t",
          "brisavane-cli analyze: The following arguments were not expected: "},
         {"analyze @a --format A4", "brisavane-cli analyze: --format requires --report"},
+        {"analyze @a --amount 50", "brisavane-cli analyze: --amount requires --report"},
         {EQUALIZE "--overwrite --skip-existing @a",
          "brisavane-cli equalize: --overwrite excludes --skip-existing\n"},
         {EQUALIZE "--files-from @none", "brisavane-cli equalize: can't read the list of subjects "},
