@@ -36,21 +36,18 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     rig.AddSubject("c.tif", "not a tiff at all");
     rig.host.rows.push_back({true, "missing.tif"});
     rig.AddSubject("e.TIFF", BuildTiff(Scene(16, false)).bytes);
-    const auto answer = rig.host.folderAnswer;
-    rig.host.folderAnswer = nullptr;
-    rig.Press();
+    rig.Press("");
     EXPECT_FALSE(rig.host.processDisabled);
     EXPECT_FALSE(rig.state.EqualizationCompleted || rig.state.fequal);
     EXPECT_TRUE(rig.host.marks.empty());
-    rig.host.folderAnswer = answer;
     rig.Press();
 
-    EXPECT_EQ(rig.host.folderPrompt, "Select the folder for the equalized images");
+    EXPECT_EQ(rig.host.dialogs.folderPrompts.back(), "Select the folder for the equalized images");
     EXPECT_TRUE(rig.host.processDisabled);
     EXPECT_TRUE(rig.state.EqualizationCompleted);
     EXPECT_EQ(rig.host.marks,
               (std::map<std::int64_t, RowMark>{{0, RowMark::Check}, {4, RowMark::Check}}));
-    EXPECT_TRUE(rig.host.messages.empty());
+    EXPECT_TRUE(rig.host.dialogs.messages.empty());
     EXPECT_FALSE(std::filesystem::exists(rig.OutputPath("b_eq.tif")));
     EXPECT_FALSE(std::filesystem::exists(rig.OutputPath("c_eq.tif")));
     EXPECT_EQ(
@@ -68,7 +65,7 @@ TEST(Batch, SubjectIsNeverItsOwnOutput) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "old");
-    rig.host.saveAnswers = {std::make_shared<FolderItem>(rig.SubjectPath("a.tif"))};
+    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif")};
     rig.Press();
     EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), BuildTiff(Scene()).bytes);
     EXPECT_TRUE(rig.host.marks.empty());
@@ -86,7 +83,7 @@ TEST(Batch, KeepsItsWhiteCardWhenAnotherIsOpened) {
     const std::string corrected = ExpectedOutput(Scene(8), Card(8), FullTarget(Card(8)));
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), corrected);
     EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), corrected);
-    EXPECT_TRUE(rig.host.messages.empty());
+    EXPECT_TRUE(rig.host.dialogs.messages.empty());
 }
 
 // The row pass as the window sees it: the bar counts rows from 0 and ends

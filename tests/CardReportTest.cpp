@@ -7,7 +7,7 @@
 
 #include <lcms2.h>
 
-#include "support/AnalyzeRun.h"
+#include "support/CliRun.h"
 #include "support/LibtiffFiles.h"
 #include "support/SavedProfile.h"
 #include "support/TempFolder.h"
@@ -168,6 +168,7 @@ struct RefusalCase {
     std::vector<std::uint8_t> profile;
     const char* folder;  // under the test's folder
     const char* words;
+    std::vector<std::string> more = {};  // after --report
 };
 
 void PrintTo(const RefusalCase& c, std::ostream* os) {
@@ -182,13 +183,18 @@ TEST_P(CardReportRefuses, WithExitTwoAndNoPageLeft) {
                                        std::vector<std::uint16_t>(GetParam().width * 40 * 3, 200));
     card.profile = GetParam().profile;
     WriteWithLibtiff(folder / "w.tif", card);
-    const CliRun run = Analyze({folder / "w.tif", "--report", folder / GetParam().folder});
+    std::vector<std::string> args = {folder / "w.tif", "--report", folder / GetParam().folder};
+    args.insert(args.end(), GetParam().more.begin(), GetParam().more.end());
+    const CliRun run = Analyze(args);
     EXPECT_EQ(run.code, 2);
     EXPECT_EQ(run.err.rfind(GetParam().words, 0), 0u) << run.err;
     int files = 0;  // the card alone: no page, no hidden part
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path()))
         files += entry.is_regular_file();
     EXPECT_EQ(files, 1);
+    if (!GetParam().more.empty()) {  // refused before the folder is made
+        EXPECT_FALSE(std::filesystem::exists(folder / GetParam().folder));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -198,16 +204,8 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"BadProfile", 40, PatternBytes(300), "out",
                     "Error: The white card's ICC profile can't be read"},
         RefusalCase{
-            "FolderUnderAFile", 40, {}, "w.tif/out", "Error: The report folder can't be written"}),
+            "FolderUnderAFile", 40, {}, "w.tif/out", "Error: The report folder can't be written"},
+        RefusalCase{
+            "Format", 40, {}, "out", "brisavane-cli analyze: --format", {"--format", "A5"}}),
     [](const auto& info) { return std::string(info.param.name); });
-TEST(CardReportUsage, RefusesAnUnknownFormatAndReportOptionsWithoutReport) {
-    TempFolder folder;
-    for (const std::vector<std::string>& tail : std::vector<std::vector<std::string>>{
-             {"--report", folder / "out", "--format", "A5"}, {"--amount", "50"}}) {
-        std::vector<std::string> args = {"samples/white_card.tif"};
-        args.insert(args.end(), tail.begin(), tail.end());
-        EXPECT_EQ(Analyze(args).code, 2) << tail[0];
-    }
-    EXPECT_FALSE(std::filesystem::exists(folder / "out"));
-}
 }  // namespace

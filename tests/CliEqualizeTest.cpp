@@ -1,35 +1,26 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <sstream>
+#include <fcntl.h>
 
 #include "BatchRig.h"
-#include "EqualizeCommand.h"
+#include "ChildProcess.h"
+#include "CliRun.h"
+#include "FileHashes.h"
 #include "ReferenceEqualize.h"
 
 using namespace testing_tiff;
 
 namespace {
-struct Outcome {
-    int code;
-    std::string out, err;
-};
-
 // The white card, a subject folder and an output folder, as BatchRig lays
 // them out, driven from the command line instead of the window.
 struct CliRig : BatchRig {
-    Outcome Run(std::vector<std::string> args, std::ostream* terminal = nullptr) {
-        std::ostringstream out, err;
-        const int code = RunEqualize(args, out, err, terminal);
-        return {code, out.str(), err.str()};
-    }
-    std::vector<std::string> Base() const {
-        return {"--white", dir / "white.tif", "--output", dir / "out"};
-    }
-    std::vector<std::string> With(std::vector<std::string> more) const {
-        std::vector<std::string> args = Base();
+    std::vector<std::string> Args(const std::vector<std::string>& more, const char* out = "out") {
+        std::vector<std::string> args = {"--white", dir / "white.tif", "--output", dir / out};
         args.insert(args.end(), more.begin(), more.end());
         return args;
+    }
+    CliRun Run(const std::vector<std::string>& more, std::ostream* terminal = nullptr) {
+        return Equalize(Args(more), terminal);
     }
 };
 
@@ -45,7 +36,7 @@ TEST(CliEqualize, FolderLinesAndExitCode) {
     rig.AddSubject("d.tif", "text, not an image");
     rig.AddSubject("e.png", BuildTiff(Scene()).bytes);
     std::filesystem::create_directories(rig.dir.Path() / "subjects" / "f.tif");
-    const Outcome o = rig.Run(rig.With({rig.dir / "subjects"}));
+    const CliRun o = rig.Run({rig.dir / "subjects"});
     EXPECT_EQ(o.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n" + "b.TIFF: written " +
                          rig.OutputPath("b_eq.tif") + "\n" +
                          "c.jfx: failed: White and image files have different pixel dimensions. "
@@ -53,13 +44,8 @@ TEST(CliEqualize, FolderLinesAndExitCode) {
                          "d.tif: skipped: Not a valid TIFF file.\n");
     EXPECT_EQ(o.code, 1);
     EXPECT_EQ(o.err, "");
-    // nothing but the outputs is left in the folder
-    std::size_t files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
-        files += entry.is_regular_file();
-    EXPECT_EQ(files, 2u);
-    const Outcome none = rig.Run(
-        {"--white", rig.dir / "white.tif", "--output", rig.dir / "none", rig.dir / "subjects"});
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);  // the outputs and nothing else
+    const CliRun none = Equalize(rig.Args({rig.dir / "subjects"}, "none"));
     EXPECT_EQ(none.code, 2);
     EXPECT_TRUE(none.err.starts_with("brisavane-cli equalize: the output folder doesn't exist"));
 }
@@ -68,13 +54,13 @@ TEST(CliEqualize, ExistingOutputNeedsOverwrite) {
     CliRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "keep me");
-    Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}));
+    CliRun o = rig.Run({rig.SubjectPath("a.tif")});
     EXPECT_EQ(o.code, 1);
     EXPECT_EQ(o.out, "a.tif: skipped: " + rig.OutputPath("a_eq.tif") +
                          " exists (--overwrite replaces it)\n");
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "keep me");
 
-    o = rig.Run(rig.With({"--overwrite", rig.SubjectPath("a.tif")}));
+    o = rig.Run({"--overwrite", rig.SubjectPath("a.tif")});
     EXPECT_EQ(o.code, 0);
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")),
               ExpectedOutput(Scene(), Card(), FullTarget(Card())));
@@ -89,8 +75,7 @@ TEST(CliEqualize, SameBytesAsTheWindow) {
     rig.state.AmountToApply = 37.5 / 100.0;
     rig.Press();
     std::filesystem::create_directories(rig.dir.Path() / "cli");
-    const Outcome o = rig.Run({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
-                               "--amount", "37.5", rig.dir / "subjects"});
+    const CliRun o = Equalize(rig.Args({"--amount", "37.5", rig.dir / "subjects"}, "cli"));
     ASSERT_EQ(o.code, 0);
     for (const char* name : {"a_eq.tif", "b_eq.tif"})
         EXPECT_EQ(ReadFile(rig.dir / ("cli/" + std::string(name))), ReadFile(rig.OutputPath(name)));
@@ -107,7 +92,7 @@ TEST(CliEqualize, JobsKeepOrderAndBytes) {
     }
     rig.AddSubject("s0.tiff", BuildTiff(Scene()).bytes);  // same output name as s0.tif
     expected.insert(expected.find("s1.tif"), "s0.tiff: skipped: s0.tif has the same output name\n");
-    const Outcome o = rig.Run(rig.With({"--jobs", "3", rig.dir / "subjects"}));
+    const CliRun o = rig.Run({"--jobs", "3", rig.dir / "subjects"});
     EXPECT_EQ(o.out, expected);
     EXPECT_EQ(o.code, 1);
     for (int k = 0; k < 7; ++k)
@@ -119,7 +104,7 @@ TEST(CliEqualize, ProgressOnlyToATerminal) {
     CliRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     std::ostringstream terminal;
-    const Outcome o = rig.Run(rig.With({rig.SubjectPath("a.tif")}), &terminal);
+    const CliRun o = rig.Run({rig.SubjectPath("a.tif")}, &terminal);
     EXPECT_EQ(o.code, 0);
     EXPECT_NE(terminal.str().find("a.tif: row "), std::string::npos);
     EXPECT_EQ(o.err, "");
@@ -130,19 +115,14 @@ TEST(CliEqualize, ProgressOnlyToATerminal) {
 TEST(CliEqualize, ProgramExitsWithZero) {
     CliRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
-    const std::string command = std::string(BRISAVANE_CLI) + " equalize --white '" +
-                                (rig.dir / "white.tif").string() + "' --output '" +
-                                (rig.dir / "out").string() + "' '" + rig.SubjectPath("a.tif") +
-                                "' 2>'" + (rig.dir / "err").string() + "'";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    ASSERT_TRUE(pipe);
-    std::string out;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, pipe)) out += buffer;
-    const int status = ::pclose(pipe);
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-    EXPECT_EQ(out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n");
-    EXPECT_EQ(ReadFile(rig.dir / "err"), "");
+    std::vector<std::string> argv = rig.Args({rig.SubjectPath("a.tif")});
+    argv.insert(argv.begin(), {BRISAVANE_CLI, "equalize"});
+    const std::string err = rig.dir / "err";
+    const ChildResult run = RunProgram(
+        argv, [&] { ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO); });
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n");
+    EXPECT_EQ(ReadFile(err), "");
 }
 
 // Writing into the subjects' own folder: an output whose name is another
@@ -151,8 +131,7 @@ TEST(CliEqualize, NeverReplacesASubject) {
     CliRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     rig.AddSubject("a_eq.tif", "a subject that happens to carry the name");
-    const Outcome o = rig.Run({"--white", rig.dir / "white.tif", "--output", rig.dir / "subjects",
-                               "--overwrite", rig.dir / "subjects"});
+    const CliRun o = Equalize(rig.Args({"--overwrite", rig.dir / "subjects"}, "subjects"));
     EXPECT_EQ(o.code, 1);
     EXPECT_EQ(o.out.substr(0, o.out.find('\n')),
               "a.tif: skipped: its output would replace the subject a_eq.tif");

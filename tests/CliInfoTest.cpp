@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "InfoCommand.h"
-#include "support/LibtiffFiles.h"
-#include "support/TempFolder.h"
+#include "CliRun.h"
+#include "LibtiffFiles.h"
+#include "TempFolder.h"
 
 namespace {
 const std::string kWhiteCard = std::string(BRISAVANE_SAMPLES) + "/white_card.tif";
 
 struct InfoCase {
     const char* name;
-    std::vector<std::string> args;  // "@name" is a file of the scratch folder
+    std::string args;  // as Words() reads them
     int code;
     std::string out;  // all of it, or "" when nothing is printed
     std::string err;  // words ending in a blank are followed by the last argument
@@ -29,14 +27,13 @@ TEST_P(CliInfoTest, PrintsTheRecordOrTheRefusal) {
     std::ofstream(folder / "text.tif") << "plain words, no image";
     const auto before = FileBytes(folder / "rgb.tif");
 
-    std::vector<std::string> args;
-    for (const auto& a : c.args) args.push_back(a[0] == '@' ? (folder / a.substr(1)).string() : a);
-    std::ostringstream out, err;
-    EXPECT_EQ(RunInfo(args, out, err), c.code);
+    const std::vector<std::string> args = Words(c.args, folder.Path());
+    const CliRun run = Info(args);
+    EXPECT_EQ(run.code, c.code);
     if (!c.out.empty()) {
-        EXPECT_EQ(out.str(), c.out);
+        EXPECT_EQ(run.out, c.out);
     }
-    EXPECT_EQ(err.str(), c.err.ends_with(' ') ? c.err + args.back() + "\n" : c.err);
+    EXPECT_EQ(run.err, c.err.ends_with(' ') ? c.err + args.back() + "\n" : c.err);
     EXPECT_EQ(FileBytes(folder / "rgb.tif"), before);
     if (c.code == 0 && args.size() == 3) {
         EXPECT_EQ(FileBytes(args[2]), rgb.profile);
@@ -60,20 +57,13 @@ const std::string kWhiteCardRecord =
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliInfoTest,
-    ::testing::Values(InfoCase{"Record", {kWhiteCard}, 0, kWhiteCardRecord, ""},
-                      InfoCase{"Profile", {"@rgb.tif", "--profile", "@p.icc"}, 0, "", ""},
-                      InfoCase{
-                          "Missing", {"@none.tif"}, 2, "", "Error: The file can't be opened: "},
-                      InfoCase{"NotATiff", {"@text.tif"}, 2, "", "Not a valid TIFF file.\n"},
-                      InfoCase{"NoProfile",
-                               {kWhiteCard, "--profile", "@p.icc"},
-                               2,
-                               kWhiteCardRecord,
+    ::testing::Values(InfoCase{"Record", kWhiteCard, 0, kWhiteCardRecord, ""},
+                      InfoCase{"Profile", "@rgb.tif --profile @p.icc", 0, "", ""},
+                      InfoCase{"Missing", "@none.tif", 2, "", "Error: The file can't be opened: "},
+                      InfoCase{"NotATiff", "@text.tif", 2, "", "Not a valid TIFF file.\n"},
+                      InfoCase{"NoProfile", kWhiteCard + " --profile @p.icc", 2, kWhiteCardRecord,
                                "Error: The file carries no ICC profile.\n"},
-                      InfoCase{"ProfileOverItsOwnFile",
-                               {"@rgb.tif", "--profile", "@rgb.tif"},
-                               2,
-                               "",
+                      InfoCase{"ProfileOverItsOwnFile", "@rgb.tif --profile @rgb.tif", 2, "",
                                "Error: The profile can't be written to "}),
     [](const auto& info) { return std::string(info.param.name); });
 }  // namespace

@@ -4,22 +4,22 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "EqualizeCommand.h"
+#include "CliRun.h"
+#include "LibtiffFiles.h"
 #include "ProgressLine.h"
-#include "support/LibtiffFiles.h"
-#include "support/TempFolder.h"
+#include "TempFolder.h"
 
 namespace {
 using nlohmann::json;
 const std::string kSamples = BRISAVANE_SAMPLES;
 
 // The lines of a run that ends with exit status 1 and a quiet stderr.
-std::vector<std::string> Equalize(const std::vector<std::string>& args) {
-    std::ostringstream out, err;
-    EXPECT_EQ(RunEqualize(args, out, err, nullptr), 1);
-    EXPECT_EQ(err.str(), "");
+std::vector<std::string> Lines(const std::vector<std::string>& args) {
+    const CliRun run = Equalize(args);
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err, "");
     std::vector<std::string> lines;
-    std::istringstream in(out.str());
+    std::istringstream in(run.out);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
@@ -41,9 +41,9 @@ TEST(CliResults, JsonObjectsSayWhatTheLinesSay) {
                                      "--files-from",
                                      folder / "list",
                                      kSamples + "/subjects/chart_16bit_big_endian.tif"};
-    const std::vector<std::string> text = Equalize(args);
+    const std::vector<std::string> text = Lines(args);
     args.insert(args.end(), {"--json", "--overwrite"});
-    const std::vector<std::string> objects = Equalize(args);
+    const std::vector<std::string> objects = Lines(args);
     ASSERT_EQ(text.size(), 4u);
     ASSERT_EQ(objects.size(), 5u);
     std::string statuses;

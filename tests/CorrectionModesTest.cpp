@@ -5,16 +5,17 @@
 #include <lcms2.h>
 
 #include <cmath>
-#include <sstream>
 
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "LibtiffFiles.h"
+#include "ReferenceEqualize.h"
+#include "SavedProfile.h"
 #include "TempFolder.h"
+#include "ToneCurves.h"
 
 namespace {
 namespace fs = std::filesystem;
-using testing_tiff::Rgb;
-using testing_tiff::TiffSpec;
+using namespace testing_tiff;
 using Pixels = std::function<Rgb(std::uint32_t, std::uint32_t)>;
 
 Rgb Of(double r, double g, double b) {
@@ -36,19 +37,15 @@ const Pixels kSubject = [](auto x, auto y) {
 
 // sRGB's own ICC profile, or one of its primaries with gamma 2.2 curves.
 std::string Profile(const std::string& kind) {
+    if (kind.empty()) return "";
     cmsToneCurve* gamma = cmsBuildGamma(nullptr, 2.2);
     cmsToneCurve* curves[3] = {gamma, gamma, gamma};
     const cmsCIExyY white = {0.3127, 0.3290, 1.0};
     const cmsCIExyYTRIPLE primaries = {{0.64, 0.33, 1}, {0.30, 0.60, 1}, {0.15, 0.06, 1}};
-    cmsHPROFILE profile =
-        kind == "srgb" ? cmsCreate_sRGBProfile() : cmsCreateRGBProfile(&white, &primaries, curves);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    std::string bytes(size, '\0');
-    cmsSaveProfileToMem(profile, bytes.data(), &size);
-    cmsCloseProfile(profile);
+    const auto bytes = SavedProfile(
+        kind == "srgb" ? cmsCreate_sRGBProfile() : cmsCreateRGBProfile(&white, &primaries, curves));
     cmsFreeToneCurve(gamma);
-    return kind.empty() ? "" : bytes;
+    return {bytes.begin(), bytes.end()};
 }
 
 struct Mode {
@@ -71,7 +68,8 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
     const Mode& mode = std::get<0>(GetParam());
     const Road& road = std::get<1>(GetParam());
     const double ceiling = road.bits == 8 ? 255.0 : 65535.0;
-    std::vector<double> curve;  // the profile's tone curve at each sample
+    // The profile's tone curves, which ModesTest holds to their formulas.
+    const std::optional<ToneCurves> curves = Curves();
     TempFolder dir;
 
     // The image's samples on the file's scale, and the file made of them.
@@ -97,23 +95,19 @@ class CorrectionModes : public ::testing::TestWithParam<std::tuple<Mode, Road>> 
         EXPECT_TRUE(road.tiffcp.empty() || std::system(remake.c_str()) == 0);
         return path;
     }
-    // The profile's curve from its formula; plain samples without a profile.
-    double Linear(double sample) const {
-        const double c = sample / ceiling;
-        if (mode.profile == "gamma") return std::pow(c, 2.2);
-        if (mode.profile == "srgb")
-            return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-        return sample;
+    std::optional<ToneCurves> Curves() const {
+        const std::string icc = Profile(mode.profile);
+        std::string why;
+        if (icc.empty()) return std::nullopt;
+        return ToneCurves::FromProfile({icc.begin(), icc.end()}, road.bits, why);
     }
-    // The sample whose curve value is nearest, the lower one on a tie.
-    std::uint16_t Sample(double value) {
-        if (mode.profile.empty()) return static_cast<std::uint16_t>(std::min(value, ceiling));
-        while (curve.size() <= ceiling) curve.push_back(Linear(double(curve.size())));
-        const double v = std::min(value, 1.0);
-        std::size_t best = 0;
-        for (std::size_t k = 1; k < curve.size(); ++k)
-            if (std::abs(curve[k] - v) < std::abs(curve[best] - v)) best = k;
-        return static_cast<std::uint16_t>(best);
+    // Plain samples without a profile.
+    double Linear(int c, double sample) const {
+        return curves ? curves->Linear(c, sample) : sample;
+    }
+    std::uint16_t Sample(int c, double value) const {
+        return curves ? curves->Sample(c, value)
+                      : static_cast<std::uint16_t>(std::min(value, ceiling));
     }
 };
 
@@ -125,8 +119,8 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
         args.push_back(a == "shot" ? shot : a == "dark" ? dark : a == "card" ? card : a);
     args.push_back(subject);
     fs::create_directories(dir / "out");
-    std::ostringstream out, err;
-    ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+    const CliRun run = Equalize(args);
+    ASSERT_EQ(run.code, 0) << run.out << run.err;
 
     // The card as the modes see it and its extremes a channel, then each sample.
     std::vector<double> white = Values(kCard), shots = Values(kShot), darks = Values(kDark);
@@ -134,7 +128,7 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     for (std::size_t i = 0; i < white.size(); ++i) {
         if (mode.Has("shot")) white[i] = (white[i] + shots[i]) / 2;
         if (mode.Has("frame")) white[i] = std::max(white[i] - darks[i], 0.0);
-        white[i] = Linear(white[i]);
+        white[i] = Linear(i % 3, white[i]);
         max[i % 3] = std::max(max[i % 3], white[i]);
         min[i % 3] = std::min(min[i % 3], white[i]);
     }
@@ -144,28 +138,23 @@ TEST_P(CorrectionModes, GiveTheOutputWorkedOutHere) {
     for (std::size_t i = 0; i < s.size(); i += 3) {
         bool bit = false;
         for (std::size_t c = 0, k = mode.Has("rgb") ? 0 : 1; c < 3; ++c, k += mode.Has("rgb")) {
-            double gain = (min[k] + (max[k] - min[k]) * mode.amount) / white[i + k];
+            double gain = ExpectedTarget(max[k], min[k], mode.amount) / white[i + k];
             gain = mode.Has("darken") ? gain : std::max(gain, 1.0);
             bit |= gain > mode.cap;
             const double sample = std::max(s[i + c] - (mode.Has("frame") ? darks[i + c] : 0), 0.0);
-            want.push_back(Sample(std::min(gain, mode.cap) * Linear(sample)));
+            want.push_back(Sample(c, std::min(gain, mode.cap) * Linear(c, sample)));
         }
         capped += bit;
     }
     char note[64] = "\n";
     if (capped > 0)
         std::snprintf(note, sizeof note, " (gain capped on %.1f %% of pixels)\n", capped / 0.24);
-    EXPECT_TRUE(out.str().ends_with("_eq.tif" + std::string(note))) << out.str();
-    const std::string plain = dir / "plain.tif";
-    ASSERT_EQ(std::system(("tiffcp -s -p contig -c none -r 4 " +
-                           (dir / "out/subject_eq.tif").string() + " " + plain)
-                              .c_str()),
-              0);
-    EXPECT_EQ(ReadWithLibtiff(plain).pixels, ImageOfSamples(6, 4, road.bits, want).pixels);
+    EXPECT_TRUE(run.out.ends_with("_eq.tif" + std::string(note))) << run.out;
+    EXPECT_EQ(ReadPlainWithLibtiff(dir / "out/subject_eq.tif", dir / "plain.tif").pixels,
+              ImageOfSamples(6, 4, road.bits, want).pixels);
     if (!mode.Has("today")) return;  // and the same bytes as a run without the options
     fs::create_directories(dir / "today");
-    ASSERT_EQ(RunEqualize({"--white", card, "--output", dir / "today", subject}, out, err, nullptr),
-              0);
+    ASSERT_EQ(Equalize({"--white", card, "--output", dir / "today", subject}).code, 0);
     EXPECT_EQ(testing_tiff::ReadFile(dir / "today/subject_eq.tif"),
               testing_tiff::ReadFile(dir / "out/subject_eq.tif"));
 }
@@ -213,10 +202,9 @@ TEST(CorrectionModesSmooth, DustAndGrainDontPrint) {
     testing_tiff::WriteTiff(dir / "subject.tif", subject);
     for (const std::string radius : {"8", "0"}) {
         fs::create_directories(dir / radius);
-        std::ostringstream out, err;
-        ASSERT_EQ(RunEqualize({"--white", dir / "card.tif", "--smooth", radius, "--output",
-                               dir / radius, dir / "subject.tif"},
-                              out, err, nullptr),
+        ASSERT_EQ(Equalize({"--white", dir / "card.tif", "--smooth", radius, "--output",
+                            dir / radius, dir / "subject.tif"})
+                      .code,
                   0);
         const std::string got = testing_tiff::ReadFile(dir / radius / "subject_eq.tif");
         std::vector<double> green;  // little-endian, at the subject's own offset
@@ -262,9 +250,9 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     for (const auto& [more, code, words] : kRows) {
         std::vector<std::string> args = {"--output", dir / "out", "--white"};
         args.insert(args.end(), more.begin(), more.end());
-        std::ostringstream out, err;
-        EXPECT_EQ(RunEqualize(args, out, err, nullptr), code) << words;
-        EXPECT_NE((out.str() + err.str()).find(words), std::string::npos) << out.str() << err.str();
+        const CliRun run = Equalize(args);
+        EXPECT_EQ(run.code, code) << words;
+        EXPECT_NE((run.out + run.err).find(words), std::string::npos) << run.out << run.err;
         EXPECT_TRUE(fs::is_empty(dir / "out")) << words;
     }
 }

@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "AnalyzeCommand.h"
 #include "BatchRig.h"
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "FakeWhiteCardHost.h"
 #include "TiffBuilder.h"
 
@@ -44,19 +41,11 @@ struct CardRefusal {
     const char* label;
     std::function<void(const std::string&)> make;
     const char* window;  // nullptr: silent
-    const char*
-        cli;  // the path may follow; nullptr: libtiff reads it, so the command line takes it
+    const char* cli;     // nullptr: libtiff reads it, so the command line takes it
 };
 
 void PrintTo(const CardRefusal& c, std::ostream* os) {
     *os << c.label;
-}
-
-TiffSpec WithStrips(std::int64_t rowsPerStrip, std::vector<Entry> extra = {}) {
-    TiffSpec s;
-    s.rowsPerStrip = rowsPerStrip;
-    s.extra = std::move(extra);
-    return s;
 }
 
 constexpr const char* kOneStrip = "Error: The white card image must be in one contiguous strip";
@@ -65,15 +54,15 @@ constexpr const char* kUnopened = "Error: The white card file can't be opened: "
 std::vector<CardRefusal> CardRefusals() {
     std::vector<CardRefusal> cases = {
         // One strip's offset and byte count for the two strips the rows make.
-        {"TwoStrips", [](const auto& p) { WriteTiff(p, WithStrips(2)); }, kOneStrip,
+        {"TwoStrips", [](const auto& p) { WriteTiff(p, Tagged({}, true, 8, 2)); }, kOneStrip,
          "Error: The white card's pixels can't be decoded: strip 1 is missing from the file"},
-        {"RowsPerStripAboveHeight", [](const auto& p) { WriteTiff(p, WithStrips(4)); }, kOneStrip,
-         nullptr},
+        {"RowsPerStripAboveHeight", [](const auto& p) { WriteTiff(p, Tagged({}, true, 8, 4)); },
+         kOneStrip, nullptr},
         // Refused by the reader after the height but before the rows per
         // strip: the unequal pair wins over the reader's own words.
         {"Grey",
          [](const auto& p) {
-             WriteTiff(p, WithStrips(-2, {{262, 3, 1, 1}, {278, 4, 1, 3}}));
+             WriteTiff(p, Tagged({{262, 3, 1, 1}, {278, 4, 1, 3}}, true, 8, -2));
          },
          kOneStrip, kOneStrip},
         {"NotATiff", [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); }, nullptr,
@@ -81,12 +70,8 @@ std::vector<CardRefusal> CardRefusals() {
         {"Folder", [](const auto& p) { std::filesystem::create_directories(p); },
          "Error: ", kUnopened},
     };
-    // The products are worked out by hand from bits x samples / 8 bytes a pixel:
-    //   65535 x 4294967295 / 8 = 35183835209728 bytes a pixel; x 1024 x 512 is
-    //     about 1.8e19, past 2^63, and x 4294967295 pixels leaves the range in
-    //     the row length itself;
-    //   32768 x 4294967295 / 8 = 2^44 - 2^12; x 1024 x 512 = 2^63 - 2^31, and an
-    //     offset of 2^31 carries the sum to 2^63, again past the 64-bit range.
+    // Bytes a pixel (bits x samples / 8) times the pixels pass 2^63: alone,
+    // in the row length, or (2^63 - 2^31 for 32768 bits) with an offset of 2^31.
     const Hostile hostile[] = {
         {"LastByteMissing", 8, {}, true},
         {"OffsetPastTheEnd", 8, {{273, 4, 1, 0xFFFFFFF0u}}, false},
@@ -127,10 +112,10 @@ TEST_P(CardRefused, InTheWindowAndOnTheCommandLine) {
     for (const std::string& shown : host.statusShown) EXPECT_EQ(shown, "");
     EXPECT_EQ(host.labels[WhiteLabel::TxtInfoWhite], "");
 
-    std::ostringstream out, err;
-    EXPECT_EQ(RunAnalyze({path}, out, err), c.cli ? 2 : 0) << err.str();
-    EXPECT_EQ(err.str().rfind(c.cli ? c.cli : "", 0), 0u) << err.str();
-    EXPECT_EQ(out.str().empty(), c.cli != nullptr);
+    const CliRun run = Analyze({path});
+    EXPECT_EQ(run.code, c.cli ? 2 : 0) << run.err;
+    EXPECT_EQ(run.err.rfind(c.cli ? c.cli : "", 0), 0u) << run.err;
+    EXPECT_EQ(run.out.empty(), c.cli != nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CardRefused, ::testing::ValuesIn(CardRefusals()),
@@ -188,10 +173,8 @@ TEST_P(OddPixelSize, StaysInsideTheRows) {
     EXPECT_EQ(output.substr(start + rows), bytes.substr(start + rows));
 
     std::filesystem::create_directories(rig.dir.Path() / "cli");
-    std::ostringstream out, err;
-    RunEqualize(
-        {"--white", rig.dir / "white.tif", "--output", rig.dir / "cli", rig.SubjectPath("odd.tif")},
-        out, err, nullptr);
+    Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
+              rig.SubjectPath("odd.tif")});
     EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
 
     // The same file as a white card in the window, with preview and tone map.

@@ -6,9 +6,8 @@
 #include <tiffio.h>
 
 #include <cstdlib>
-#include <sstream>
 
-#include "EqualizeCommand.h"
+#include "CliRun.h"
 #include "LibtiffFile.h"
 #include "LibtiffFiles.h"
 #include "TempFolder.h"
@@ -125,12 +124,11 @@ struct Depth {
 
 class LibtiffSubject : public ::testing::TestWithParam<std::tuple<Layout, Depth>> {
   protected:
-    std::string Equalize(const fs::path& card, const fs::path& subject, const fs::path& out) {
+    std::string EqualizeInto(const fs::path& card, const fs::path& subject, const fs::path& out) {
         fs::create_directories(out);
-        std::ostringstream o, e;
-        EXPECT_EQ(RunEqualize({"--white", card, "--output", out, subject}, o, e, nullptr), 0)
-            << o.str() << e.str();
-        return o.str();
+        const CliRun run = Equalize({"--white", card, "--output", out, subject});
+        EXPECT_EQ(run.code, 0) << run.out << run.err;
+        return run.out;
     }
     fs::path Make(const Layout& layout, const fs::path& from) {
         const fs::path to = dir / "made.tif";
@@ -158,13 +156,13 @@ TEST_P(LibtiffSubject, DecodesToTheOneStripEnginesPixelsAndKeepsEveryTag) {
     const fs::path writer =
         kWriters / (std::string(layout.writer ? layout.writer : "") + "_" + depth.bits + ".tif");
     if (layout.writer) card = subject = WritePlain(writer, dir / "plain.tif");
-    Equalize(card, subject, dir / "engine");
+    EqualizeInto(card, subject, dir / "engine");
     const Decoded engine = Decode(dir / "engine" / (subject.stem().string() + "_eq.tif"));
 
     const fs::path made = layout.writer ? writer : Make(layout, layout.card ? card : subject);
     const fs::path input = layout.card ? subject : made;
-    const std::string line =
-        layout.card ? Equalize(made, subject, dir / "out") : Equalize(card, made, dir / "out");
+    const std::string line = layout.card ? EqualizeInto(made, subject, dir / "out")
+                                         : EqualizeInto(card, made, dir / "out");
     const fs::path output = dir / "out" / (input.stem().string() + "_eq.tif");
     // Photoshop's layers go, and the line says so; every other tag stays.
     const bool layers = layout.tagged;
@@ -239,19 +237,24 @@ TEST_P(RefusedKind, IsRefusedAsSubjectAndCardWithItsWords) {
     TIFFWriteRawStrip(tif, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
     TIFFClose(tif);
     fs::create_directories(out);
-    std::ostringstream o, e, co, ce;
-    EXPECT_EQ(RunEqualize({"--white", card, "--output", out, file}, o, e, nullptr), 1);
-    EXPECT_TRUE(
-        o.str().starts_with((k.damaged ? "kind.tif: failed: Problem writing equalized TIFF file. "
-                                       : "kind.tif: skipped: this is ") +
-                            k.words))
-        << o.str();
-    EXPECT_EQ(RunEqualize({"--white", file, "--output", out, card}, co, ce, nullptr), 2);
-    EXPECT_TRUE(
-        ce.str().starts_with((k.damaged ? "Error: The white card's pixels can't be decoded: "
-                                        : "Error: The white card can't be used: this is ") +
-                             k.words))
-        << ce.str();
+    const CliRun subject = Equalize({"--white", card, "--output", out, file});
+    const CliRun white = Equalize({"--white", file, "--output", out, card});
+    EXPECT_EQ(subject.code, 1);
+    EXPECT_EQ(white.code, 2);
+    EXPECT_EQ(subject.out.rfind(std::string(k.damaged ? "kind.tif: failed: Problem writing "
+                                                        "equalized TIFF file. "
+                                                      : "kind.tif: skipped: this is ") +
+                                    k.words,
+                                0),
+              0u)
+        << subject.out;
+    EXPECT_EQ(
+        white.err.rfind(std::string(k.damaged ? "Error: The white card's pixels can't be decoded: "
+                                              : "Error: The white card can't be used: this is ") +
+                            k.words,
+                        0),
+        0u)
+        << white.err;
     EXPECT_TRUE(fs::is_empty(out));
 }
 

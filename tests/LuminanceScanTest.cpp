@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "TiffFile.h"
-#include "support/RecordingProgress.h"
-#include "support/TempFolder.h"
-#include "support/TiffBuilder.h"
+#include "OpenedTiff.h"
+#include "RecordingProgress.h"
+#include "TempFolder.h"
+#include "TiffBuilder.h"
 
 using namespace testing_tiff;
 
@@ -18,15 +18,12 @@ struct Scan {
 
 Scan ScanFile(const TiffSpec& image, Progress* progress = nullptr) {
     TempFolder folder;
-    const auto path = folder / "white.tif";
-    WriteFile(path, BuildTiff(image).bytes);
+    WriteTiff(folder / "white.tif", image);
     TiffServices services;
     if (progress) services.analyzeProgress = progress;
-    TiffFile tiff(services);
-    tiff.fi = GetFolderItem(path);
-    EXPECT_FALSE(tiff.OpenTIFF());
-    tiff.FindMaxLuminanceDisk();
-    return {tiff.MaxLuminance, tiff.MinLuminance, tiff.pxmax, tiff.pymax};
+    const auto tiff = Opened(folder / "white.tif", services);
+    tiff->FindMaxLuminanceDisk();
+    return {tiff->MaxLuminance, tiff->MinLuminance, tiff->pxmax, tiff->pymax};
 }
 
 // A green sample that differs from the rest of the image.
@@ -70,11 +67,9 @@ TEST_P(DiskScan, FindsBrightestDarkestAndWhere) {
     EXPECT_EQ(s.y, c.expected.y);
 }
 
-// Of equal peaks the first in scan order holds the place; an all-black image
-// keeps the place a new object has; red and blue are never looked at. Rows of
-// 37 pixels hold whole blocks of pixels first, then a few left over; 256 and
-// 255 swap their order when their bytes are turned round, and 300 becomes
-// 11265.
+// Of equal peaks the first in scan order holds the place. Rows of 37 pixels
+// hold whole blocks of pixels, then a few left over; 256 and 255 swap their
+// order when their bytes are turned round, and 300 becomes 11265.
 const std::vector<Spot> kWide16 = {{30, 1, 256}, {34, 2, 3}, {9, 3, 4}};
 INSTANTIATE_TEST_SUITE_P(
     Images, DiskScan,

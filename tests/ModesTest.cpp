@@ -5,6 +5,7 @@
 
 #include "CardSmoother.h"
 #include "ToneCurves.h"
+#include "support/ReferenceEqualize.h"
 #include "support/SavedProfile.h"
 
 namespace {
@@ -19,12 +20,10 @@ std::vector<std::uint8_t> Icc(cmsHPROFILE profile, cmsToneCurve* curve = nullptr
 
 // Against the formulas to 2e-5, as a profile keeps the curves' parameters in 16.16 fixed point.
 TEST(ToneCurves, FollowTheFormulasBothWaysHoldWhatLiesOutsideAndRefuseWhatTheyCantTake) {
-    const auto srgb =
-        +[](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
-    const auto gamma = +[](double v) { return std::pow(v, 2.2); };
     std::string why;
-    for (const auto& [icc, formula] : {std::pair{Icc(cmsCreate_sRGBProfile()), srgb},
-                                       {Icc(nullptr, cmsBuildGamma(nullptr, 2.2)), gamma}}) {
+    for (const auto& [icc, formula] :
+         {std::pair{Icc(cmsCreate_sRGBProfile()), &testing_tiff::SrgbToLinear},
+          {Icc(nullptr, cmsBuildGamma(nullptr, 2.2)), &testing_tiff::GammaToLinear}}) {
         for (const int ceiling : {255, 65535}) {
             const auto curves = ToneCurves::FromProfile(icc, ceiling == 255 ? 8 : 16, why);
             for (int c = 0, s = 0; c < 3; s = s == ceiling ? (++c, 0) : s + 1) {

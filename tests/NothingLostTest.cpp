@@ -58,12 +58,11 @@ TEST_P(NothingLost, SubjectsKeepEveryByte) {
     AddSubjects(rig);
     const std::filesystem::path subjects = rig.dir.Path() / "subjects";
     const std::filesystem::path outputs = sameFolder ? subjects : rig.dir.Path() / "out";
-    rig.host.folderAnswer = std::make_shared<FolderItem>(outputs);
     if (ending == Ending::Cancelled) rig.host.cancelAfterPumps = 4 + 2;  // b.TIF, third row
     if (ending == Ending::SaveDialogCancelled) WriteFile((outputs / "b_eq.tif").string(), "old");
     const auto before = HashFolder(subjects);
 
-    rig.Press();
+    rig.Press(outputs);
 
     const auto after = HashFolder(subjects);
     for (const auto& [name, hash] : before) EXPECT_EQ(after.at(name), hash) << name;
@@ -78,7 +77,7 @@ TEST_P(NothingLost, SubjectsKeepEveryByte) {
     // The save dialog's cancel ends the batch through the nil object handler,
     // with an empty errstr after a good open.
     if (ending == Ending::SaveDialogCancelled) {
-        EXPECT_EQ(rig.host.messages, std::vector<std::string>{"Nil Object: "});
+        EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
     }
 }
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "OpenedTiff.h"
 #include "TempFolder.h"
 #include "TiffBuilder.h"
-#include "TiffFile.h"
 
 using namespace testing_tiff;
 
@@ -40,9 +40,7 @@ TEST_P(ScaledPicturePicks, TheStepsPixels) {
     TempFolder dir;
     const BuiltTiff built = BuildTiff(Located(c.width, c.height, c.bits, c.little));
     WriteFile(dir / "image.tif", built.bytes);
-    const auto tiff = std::make_unique<TiffFile>();
-    tiff->fi = std::make_shared<FolderItem>(dir / "image.tif");
-    ASSERT_FALSE(tiff->OpenTIFF());
+    const auto tiff = Opened(dir / "image.tif");
     const auto picture = tiff->MakeScaledPictureDisk(c.room, c.room);
     EXPECT_EQ(tiff->imagefile->Position(),
               static_cast<std::int64_t>(built.imageOffset + c.height * built.bytesPerRow));

@@ -4,6 +4,7 @@
 #include <QTableWidget>
 #include <QTest>
 
+#include "FileTypes.h"
 #include "WindowFixture.h"
 
 namespace {
@@ -53,8 +54,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
 }
 
 TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessButton) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    Show();
     ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
     struct Step {
@@ -120,5 +120,19 @@ TEST_F(SubjectListTest, RowsOutsideTheListAreNoneAndAMarkIsNoTick) {
     win->SetRowPicture(3, RowMark::Cross);
     win->SetRowPicture(7, RowMark::Cross);  // no such row: nothing happens
     EXPECT_FALSE(State().SubjectSelected);
+}
+
+// The first type a name matches decides, whatever the case of its extension.
+TEST(FileTypesTest, TypeOfNamesTheFirstMatchingType) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"chart.tif", "image/tiff"}, {"CHART.TIF", "image/tiff"},
+        {"old.jfx", "image/tiff"},   {"notes.txt", "text"},
+        {"card.tif.bak", ""},        {"tif", ""},
+        {"chart.tifx", ""},          {"", ""},
+    };
+    for (const auto& [file, type] : cases)
+        EXPECT_EQ(FileTypes::Instance().TypeOf(file), type) << file;
+    EXPECT_EQ(FileTypes::Instance().Find("image/tiff")->Name, "image/tiff");
+    EXPECT_EQ(FileTypes::Instance().Find("image/png"), nullptr);
 }
 }  // namespace

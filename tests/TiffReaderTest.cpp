@@ -3,35 +3,25 @@
 #include <cstring>
 
 #include "MemoryBlock.h"
+#include "OpenedTiff.h"
 #include "RowReader.h"
-#include "TiffFile.h"
-#include "support/TempFolder.h"
-#include "support/TiffBuilder.h"
+#include "TempFolder.h"
+#include "TiffBuilder.h"
 
 using namespace testing_tiff;
 
 namespace {
 
-struct Opened {
-    std::shared_ptr<TiffFile> tiff;
-    bool failed;
-};
-
-Opened OpenBytes(const TempFolder& folder, const std::string& bytes) {
-    const auto path = folder / "image.tif";
-    WriteFile(path, bytes);
-    auto tiff = std::make_shared<TiffFile>();
-    tiff->fi = GetFolderItem(path);
-    const bool failed = tiff->OpenTIFF();
-    return {tiff, failed};
+OpenedTiff OpenBytes(const TempFolder& folder, const std::string& bytes) {
+    WriteFile(folder / "image.tif", bytes);
+    return OpenTiff(folder / "image.tif");
 }
 
 // Parses a built image that must be accepted.
 std::shared_ptr<TiffFile> Accepted(const TiffSpec& image) {
     TempFolder folder;
-    const Opened o = OpenBytes(folder, BuildTiff(image).bytes);
-    EXPECT_FALSE(o.failed) << o.tiff->errstr;
-    return o.tiff;
+    WriteTiff(folder / "image.tif", image);
+    return Opened(folder / "image.tif");
 }
 
 // Refusals: the words, a closed stream, and entries after the refused one unread.
@@ -46,14 +36,12 @@ class Refusal : public ::testing::TestWithParam<RefusalCase> {};
 
 TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
     const RefusalCase c = GetParam();
-    TiffSpec image;
-    image.rowsPerStrip = -2;  // placed after the refusing entry below
-    image.extra = c.extra;
-    image.extra.push_back({278, 4, 1, 2});
+    TiffSpec image = Tagged(c.extra, true, 8, -2);
+    image.extra.push_back({278, 4, 1, 2});  // rows per strip after the refusing entry
     std::string bytes = BuildTiff(image).bytes;
     if (c.breakMagic) bytes[3] = 43;
     TempFolder folder;
-    const Opened o = OpenBytes(folder, bytes);
+    const OpenedTiff o = OpenBytes(folder, bytes);
     EXPECT_TRUE(o.failed);
     EXPECT_EQ(o.tiff->errstr, c.words);
     ASSERT_TRUE(o.tiff->imagefile);
@@ -75,14 +63,6 @@ INSTANTIATE_TEST_SUITE_P(
                     "The data must be interleaved, not planar."}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TiffSpec With(std::vector<Entry> extra, bool little = true, int bits = 8,
-              std::int64_t rowsPerStrip = -1) {
-    TiffSpec s = SpecOf(4, 3, bits, little);
-    s.extra = std::move(extra);
-    s.rowsPerStrip = rowsPerStrip;
-    return s;
-}
-
 // How the value field is read for each entry type, and how entries combine.
 struct FieldCase {
     const char* name;
@@ -101,29 +81,29 @@ INSTANTIATE_TEST_SUITE_P(
     Entries, FieldDecoding,
     ::testing::Values(
         // A SHORT takes the first two bytes of the field; the rest is not looked at.
-        FieldCase{"short_le", With({{256, 3, 1, 0x12340007}}), &TiffFile::ImageWidth, 7},
-        FieldCase{"short_be", With({{256, 3, 1, 0x12340007}}, false), &TiffFile::ImageWidth, 7},
+        FieldCase{"short_le", Tagged({{256, 3, 1, 0x12340007}}), &TiffFile::ImageWidth, 7},
+        FieldCase{"short_be", Tagged({{256, 3, 1, 0x12340007}}, false), &TiffFile::ImageWidth, 7},
         // Any other type, even BYTE, takes all 32 bits.
-        FieldCase{"byte_type_takes_32_bits", With({{256, 1, 1, 0x00010002}}), &TiffFile::ImageWidth,
-                  0x00010002},
-        FieldCase{"long", With({{257, 4, 1, 70000}}, false), &TiffFile::ImageHeight, 70000},
-        FieldCase{"later_duplicate_wins", With({{256, 4, 1, 5}, {256, 4, 1, 6}}),
+        FieldCase{"byte_type_takes_32_bits", Tagged({{256, 1, 1, 0x00010002}}),
+                  &TiffFile::ImageWidth, 0x00010002},
+        FieldCase{"long", Tagged({{257, 4, 1, 70000}}, false), &TiffFile::ImageHeight, 70000},
+        FieldCase{"later_duplicate_wins", Tagged({{256, 4, 1, 5}, {256, 4, 1, 6}}),
                   &TiffFile::ImageWidth, 6},
-        FieldCase{"profile_length_is_count", With({{34675, 7, 560, 1234}}),
+        FieldCase{"profile_length_is_count", Tagged({{34675, 7, 560, 1234}}),
                   &TiffFile::ProfileLength, 560},
-        FieldCase{"profile_offset_32_bits", With({{34675, 7, 560, 0x00100002}}),
+        FieldCase{"profile_offset_32_bits", Tagged({{34675, 7, 560, 0x00100002}}),
                   &TiffFile::ProfileOffset, 0x00100002},
-        FieldCase{"rows_per_strip_all", With({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
+        FieldCase{"rows_per_strip_all", Tagged({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
                   4294967295LL},
-        FieldCase{"no_rows_per_strip", With({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
-        FieldCase{"four_samples", With({{277, 3, 1, 4}}, true, 16), &TiffFile::BytesPerPixel, 8},
+        FieldCase{"no_rows_per_strip", Tagged({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
+        FieldCase{"four_samples", Tagged({{277, 3, 1, 4}}, true, 16), &TiffFile::BytesPerPixel, 8},
         // Tag 258's list stands away from the entry and its last value counts;
         // a list at 4 reads 8, 0 and the entry count, 13. The walk goes on after it.
-        FieldCase{"bits_list_last_value", With({{258, 3, 3, 4}, {278, 4, 1, 99}}),
+        FieldCase{"bits_list_last_value", Tagged({{258, 3, 3, 4}, {278, 4, 1, 99}}),
                   &TiffFile::BitsPerSample, 13},
-        FieldCase{"walk_resumes_after_bits_list", With({{258, 3, 3, 4}, {278, 4, 1, 99}}),
+        FieldCase{"walk_resumes_after_bits_list", Tagged({{258, 3, 3, 4}, {278, 4, 1, 99}}),
                   &TiffFile::RowsPerStrip, 99},
-        FieldCase{"bits_list_beyond_the_file", With({{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}}),
+        FieldCase{"bits_list_beyond_the_file", Tagged({{258, 3, 0xFFFFFFFFu, 0xFFFFFFF0u}}),
                   &TiffFile::BitsPerSample, 0}),
     [](const auto& info) { return std::string(info.param.name); });
 

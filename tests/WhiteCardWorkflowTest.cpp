@@ -27,8 +27,9 @@ class WhiteCardWorkflowTest : public ::testing::Test {
 };
 
 // The maximum's text depends on the pixel size alone; 16-bit figures are
-// divided by 257 and rounded: 65535 -> 255, 128 -> 0.498 -> 0, 129 -> 1.
-TEST_F(WhiteCardWorkflowTest, AcceptedCardShowsItsFigures) {
+// divided by 257 and rounded: 65535 -> 255, 128 -> 0.498 -> 0, 129 -> 1. The
+// status line announces each slow step, then empties.
+TEST_F(WhiteCardWorkflowTest, AcceptedCardShowsItsFiguresAndSteps) {
     struct Case {
         int bits;
         bool little;
@@ -48,7 +49,11 @@ TEST_F(WhiteCardWorkflowTest, AcceptedCardShowsItsFigures) {
             return testing_tiff::Rgb{
                 60000, static_cast<std::uint16_t>(x == 2 && y == 1 ? c.green : 1), 1000};
         };
+        host.statusShown.clear();
         Open(Make(f, "card.tif"));
+        EXPECT_EQ(host.statusShown,
+                  (std::vector<std::string>{"Analyzing the white card image",
+                                            "Creating the white card image preview", ""}));
         EXPECT_TRUE(host.dialogs.messages.empty());
         EXPECT_EQ(host.dialogs.openTypes.back(), "image/tiff");
         EXPECT_EQ(Label(WhiteLabel::TxtInfoWhite),
@@ -57,13 +62,6 @@ TEST_F(WhiteCardWorkflowTest, AcceptedCardShowsItsFigures) {
         EXPECT_TRUE(state.WhiteOpened);
         EXPECT_EQ(host.processEnabled, std::optional<bool>(false));
     }
-}
-
-TEST_F(WhiteCardWorkflowTest, StatusLineAnnouncesEachSlowStepThenEmpties) {
-    Open(Make(testing_tiff::TiffSpec{}, "card.tif"));
-    EXPECT_EQ(host.statusShown,
-              (std::vector<std::string>{"Analyzing the white card image",
-                                        "Creating the white card image preview", ""}));
 }
 
 // What the window shows of them is checked through the window's own widgets.

@@ -1,7 +1,5 @@
-// The whole job through the real window, as a user does it: open a white card,
-// choose a folder of subjects, tick, set the amount, press Process, read the
-// marks and messages. Dialogs answer with prepared paths; everything else goes
-// through the widgets.
+// The whole job through the real window's widgets; dialogs answer with
+// prepared paths.
 
 #include <QCheckBox>
 #include <QDir>
@@ -12,7 +10,6 @@
 #include <QTableWidget>
 #include <QTest>
 #include <map>
-#include <set>
 
 #include "PictureImage.h"
 #include "ResourcePictures.h"
@@ -43,8 +40,7 @@ class WholeJob : public WindowFixture {
         list = Get<QTableWidget>("LstSubject");
         fs::create_directories(shoot);
         fs::create_directories(out);
-        win->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+        Show();
     }
 
     void Process(const fs::path& into) {
@@ -126,10 +122,8 @@ TEST_P(WholeJobTest, OpenChooseTickProcessAndReadTheResults) {
     EXPECT_FALSE(Get("PrgEqualize")->isVisible());
     EXPECT_EQ(Get<QLabel>("TxtStatusSubject")->text(), "");
     const double target = Target(card, 0.8);
-    EXPECT_EQ(HashFolder(shoot), before);  // no subject touched
-    std::set<std::string> written;
-    for (const auto& entry : fs::directory_iterator(out)) written.insert(entry.path().filename());
-    EXPECT_EQ(written, (std::set<std::string>{"a_little_eq.tif", "b_big_eq.tif"}));
+    EXPECT_EQ(HashFolder(shoot), before);   // no subject touched
+    EXPECT_EQ(HashFolder(out).size(), 2u);  // a_little_eq.tif and b_big_eq.tif, read below
     for (const RowOutcome& o : kOutcomes) {
         SCOPED_TRACE(o.name);
         EXPECT_EQ(MarkOf(o.name), o.mark);

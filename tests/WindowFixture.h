@@ -28,6 +28,10 @@ class WindowFixture : public ::testing::Test {
     }
     WindowState& State() { return win->State(); }
 
+    void Show() {
+        win->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(win.get()));
+    }
     // As the user does it, with the dialogs answering the given path.
     void Click(const char* name) { QTest::mouseClick(Get(name), Qt::LeftButton); }
     void OpenWhite(const std::filesystem::path& path) {

@@ -117,66 +117,54 @@ INSTANTIATE_TEST_SUITE_P(Limits, FileSizeLimit,
                                            Limit::FromTheSecondRow),
                          [](const auto& info) { return std::string(kLimitNames[info.index]); });
 
-// A small file system that the big subject's copy fills. The window's batch
-// keeps what a failed file left (as after any write error), so the disk
-// stays full for the file after it; brisavane-cli removes its temporary, so
-// the file after it fits again.
-class FullDisk : public ::testing::Test {
-  protected:
+// A small file system that the big subject's copy fills, or one that takes no
+// writes at all (every file fails). The window's batch keeps what a failed
+// file left (as after any write error), so a full disk stays full for the
+// file after it; brisavane-cli removes its temporary, so the file after it
+// fits again. It runs one job at a time: two copies in work at once on a disk
+// this small would, by chance, leave no room for each other.
+class FullOrReadOnlyDisk : public ::testing::TestWithParam<bool> {};
+
+TEST_P(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsWhatCouldNot) {
+    const bool readOnly = GetParam();
     BatchRig rig{Card()};
     const TiffSpec small = Subject(0), big = Subject(60000, false);
-    std::unique_ptr<TmpfsMount> disk;
-
-    void SetUp() override {
-        rig.AddSubject("a_small.tif", BuildTiff(small).bytes);
-        rig.AddSubject("b_big.tif", BuildTiff(big).bytes);
-        rig.AddSubject("c_small.tif", BuildTiff(small).bytes);
-        disk = std::make_unique<TmpfsMount>(rig.dir.Path() / "out", "size=16k");
-        if (!disk->Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
-    }
-};
-
-TEST_F(FullDisk, WindowCrossesWhatDidNotFitCommandLineFailsTheBigFileOnly) {
+    for (const auto& [name, spec] :
+         {std::pair{"a_small.tif", small}, {"b_big.tif", big}, {"c_small.tif", small}})
+        rig.AddSubject(name, BuildTiff(spec).bytes);
+    const TmpfsMount disk(rig.dir.Path() / "out", "size=16k", readOnly);
+    if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
     const auto subjects = HashFolder(rig.dir.Path() / "subjects");
     rig.Press();
-    EXPECT_EQ(Outcome(rig), Checked(0) + Crossed(1) + Crossed(2));
-    EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), Expected(small));
+    EXPECT_EQ(Outcome(rig), (readOnly ? Crossed(0) : Checked(0)) + Crossed(1) + Crossed(2));
     EXPECT_TRUE(rig.state.EqualizationCompleted);
+    if (!readOnly) {
+        EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), Expected(small));
+    }
     for (const auto& entry : std::filesystem::directory_iterator(rig.dir.Path() / "out"))
         std::filesystem::remove(entry.path());
 
-    // One job at a time: two copies in work at once on a disk this small
-    // would, by chance, leave no room for each other.
     const ChildResult run =
         RunProgram({BRISAVANE_CLI, "equalize", "--jobs", "1", "--white", rig.dir / "white.tif",
                     "--output", rig.dir / "out", rig.dir / "subjects"});
+    const auto line = [&](const std::string& name) {
+        return name + ".tif: " +
+               (readOnly ? std::string("failed: ") + kProblem
+                         : "written " + rig.OutputPath(name + "_eq.tif")) +
+               "\n";
+    };
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.out, "a_small.tif: written " + rig.OutputPath("a_small_eq.tif") +
-                           "\nb_big.tif: failed: " + kProblem + "\nc_small.tif: written " +
-                           rig.OutputPath("c_small_eq.tif") + "\n");
-    EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), Expected(small));
-    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);
+    EXPECT_EQ(run.out, line("a_small") + "b_big.tif: failed: " + kProblem + "\n" + line("c_small"));
+    if (!readOnly) {
+        EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), Expected(small));
+    }
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), readOnly ? 0u : 2u);
     EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
 }
 
-// An output folder that takes no writes at all.
-TEST(ReadOnlyOutput, EveryFileFails) {
-    BatchRig rig(Card());
-    rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
-    rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
-    const TmpfsMount disk(rig.dir.Path() / "out", "size=64k", true);
-    if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
-    rig.Press();
-    EXPECT_EQ(Outcome(rig), Crossed(0) + Crossed(1));
-    // One job at a time: two copies in work at once on a disk this small
-    // would, by chance, leave no room for each other.
-    const ChildResult run =
-        RunProgram({BRISAVANE_CLI, "equalize", "--jobs", "1", "--white", rig.dir / "white.tif",
-                    "--output", rig.dir / "out", rig.dir / "subjects"});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.out,
-              std::string("a.tif: failed: ") + kProblem + "\nb.tif: failed: " + kProblem + "\n");
-}
+INSTANTIATE_TEST_SUITE_P(Disks, FullOrReadOnlyDisk, ::testing::Bool(), [](const auto& info) {
+    return std::string(info.param ? "ReadOnly" : "Full");
+});
 
 // The save dialog (for an output that exists) pointed into a folder that
 // isn't there: that file can't be written, the next one is.
@@ -185,7 +173,7 @@ TEST(UnwritablePlace, CrossThenTheNextFile) {
     rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
     rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "an earlier output");
-    rig.host.saveAnswers = {std::make_shared<FolderItem>(rig.dir.Path() / "gone" / "a.tif")};
+    rig.host.dialogs.saveAnswers = {rig.dir.Path() / "gone" / "a.tif"};
     rig.Press();
     EXPECT_EQ(Outcome(rig), Crossed(0) + Checked(1));
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");

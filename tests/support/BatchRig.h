@@ -58,7 +58,6 @@ struct BatchRig {
         state.Tiffb = LoadWhiteCard(dir / "white.tif", error);
         state.WhiteOpened = true;
         state.fsubject = std::make_shared<FolderItem>(dir.Path() / "subjects");
-        host.folderAnswer = std::make_shared<FolderItem>(dir.Path() / "out");
     }
 
     std::string SubjectPath(const std::string& name) const { return dir / ("subjects/" + name); }
@@ -68,7 +67,12 @@ struct BatchRig {
         testing_tiff::WriteFile(SubjectPath(name), bytes);
         host.rows.push_back({ticked, name});
     }
-    void Press() { Batch(state, host).BtnProcess_Action(); }
+    // Process, with the folder dialog answering into ("": cancelled).
+    void Press(const std::filesystem::path& into) {
+        host.dialogs.folderAnswers = {into};
+        Batch(state, host).BtnProcess_Action();
+    }
+    void Press() { Press(dir.Path() / "out"); }
     std::string Message(std::size_t row) const {
         return row < state.ErrorMessages.size() ? state.ErrorMessages[row] : std::string();
     }

@@ -3,7 +3,6 @@
 // A window stand-in for the batch and the row pass: a list of rows, answers to
 // the dialogs prepared in advance, and a record of everything shown.
 
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,7 +10,7 @@
 #include <vector>
 
 #include "BatchHost.h"
-#include "FolderItem.h"
+#include "FakeDialogs.h"
 #include "RecordingProgress.h"
 
 struct ListRow {
@@ -19,7 +18,7 @@ struct ListRow {
     std::string name;
 };
 
-class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
+class FakeBatchHost final : public BatchHost, EventPump {
   public:
     // The list
     std::vector<ListRow> rows;
@@ -32,10 +31,7 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     // Called with each status text, for a test that acts at a step of the batch.
     std::function<void(const std::string&)> onStatus;
     RecordingProgress progress;
-    // Dialogs: prepared answers and what was asked
-    std::shared_ptr<FolderItem> folderAnswer;
-    std::deque<std::shared_ptr<FolderItem>> saveAnswers;
-    std::vector<std::string> messages;
+    FakeDialogs dialogs;
     // Events: the user cancels once this many rows were pumped (-1: never)
     int cancelAfterPumps = -1;
     int pumps = 0;
@@ -59,21 +55,8 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
     CanvasSize SubjectCanvas() override { return {230, 230}; }
     CanvasSize ResultCanvas() override { return {230, 230}; }
     void RefreshResult() override { ++resultRefreshes; }
-    Dialogs& UserDialogs() override { return *this; }
+    Dialogs& UserDialogs() override { return dialogs; }
     EventPump& Events() override { return *this; }
-
-    std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string&) override { return nullptr; }
-    std::shared_ptr<FolderItem> GetSaveFolderItem(const std::string&, const std::string&) override {
-        if (saveAnswers.empty()) return nullptr;
-        auto answer = saveAnswers.front();
-        saveAnswers.pop_front();
-        return answer;
-    }
-    std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) override {
-        folderPrompt = prompt;
-        return folderAnswer;
-    }
-    void MsgBox(const std::string& text) override { messages.push_back(text); }
 
     bool UserCancelled() override {
         ++cancelQuestions;
@@ -83,6 +66,4 @@ class FakeBatchHost final : public BatchHost, Dialogs, EventPump {
         ++pumps;
         if (onPump) onPump();
     }
-
-    std::string folderPrompt;
 };

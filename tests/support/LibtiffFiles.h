@@ -3,10 +3,12 @@
 // Real TIFF files made and read back by libtiff, an independent writer and
 // reader, for tests only: no expected byte comes from the code under test.
 
+#include <gtest/gtest.h>
 #include <tiffio.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -86,15 +88,26 @@ inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
     TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &image.bits);
     TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
     TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &image.photometric);
-    image.pixels.resize(std::size_t(TIFFStripSize(tif)));
-    if (TIFFReadEncodedStrip(tif, 0, image.pixels.data(), TIFFStripSize(tif)) < 0)
-        image.pixels.clear();
+    const auto rowBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
+    image.pixels.resize(rowBytes * image.height);
+    for (std::uint32_t y = 0; y < image.height; ++y)
+        if (TIFFReadScanline(tif, &image.pixels[y * rowBytes], y, 0) < 0) image.pixels.clear();
     std::uint32_t length = 0;
     std::uint8_t* profile = nullptr;
     if (TIFFGetField(tif, TIFFTAG_ICCPROFILE, &length, &profile))
         image.profile.assign(profile, profile + length);
     TIFFClose(tif);
     return image;
+}
+
+// A file in any layout libtiff reads, copied by tiffcp into uncompressed
+// interleaved strips at scratch and read back from there.
+inline LibtiffImage ReadPlainWithLibtiff(const std::filesystem::path& path,
+                                         const std::filesystem::path& scratch) {
+    const std::string copy =
+        "tiffcp -s -p contig -c none " + path.string() + " " + scratch.string();
+    EXPECT_EQ(std::system(copy.c_str()), 0) << copy;
+    return ReadWithLibtiff(scratch);
 }
 
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {

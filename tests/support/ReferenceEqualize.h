@@ -12,6 +12,14 @@
 
 namespace testing_tiff {
 
+// The tone curves of sRGB and of a 2.2 gamma, from their definitions, on 0..1.
+inline double SrgbToLinear(double c) {
+    return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+}
+inline double GammaToLinear(double c) {
+    return std::pow(c, 2.2);
+}
+
 inline double ExpectedTarget(double maxLuminance, double minLuminance, double amount) {
     return minLuminance + (maxLuminance - minLuminance) * amount;
 }

@@ -50,6 +50,15 @@ inline TiffSpec SpecOf(std::uint32_t width, std::uint32_t height, int bits, bool
     return s;
 }
 
+// The default 4 x 3 image with entries after the standard ones.
+inline TiffSpec Tagged(std::vector<Entry> extra, bool little = true, int bits = 8,
+                       std::int64_t rowsPerStrip = -1) {
+    TiffSpec s = SpecOf(4, 3, bits, little);
+    s.extra = std::move(extra);
+    s.rowsPerStrip = rowsPerStrip;
+    return s;
+}
+
 struct BuiltTiff {
     std::string bytes;
     std::size_t imageOffset = 0;
