@@ -1,5 +1,7 @@
 #include "EqualizeCommand.h"
 
+#include <sched.h>
+
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -110,6 +112,15 @@ bool SubjectRun::Run(int jobs) {
     return allDone_;
 }
 
+// The cores this process may run on: fewer jobs than that leave one idle,
+// which the correction modes give half of each row.
+std::size_t CoresToRunOn() {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    if (::sched_getaffinity(0, sizeof cores, &cores) != 0) return 1;
+    return static_cast<std::size_t>(CPU_COUNT(&cores));
+}
+
 std::filesystem::path Resolved(const std::filesystem::path& path) {
     std::error_code ec;
     const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(path), ec);
@@ -177,7 +188,7 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
     std::string error;
     bool throughLibtiff = false;
     const std::string& card = options.modes.cards.front();
-    const auto white = LoadAnyWhiteCard(card, error, throughLibtiff);
+    const auto white = LoadAnyWhiteCard(card, error, throughLibtiff, options.modes.Off());
     std::unique_ptr<ModeRun> modes;
     if (white && !options.modes.Off())
         modes = ModeRun::Prepare(options.modes, options.amountToApply, error);
@@ -185,18 +196,21 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
         io.err << (white ? "brisavane-cli equalize: " : "") << error << "\n";
         return kExitUnusable;
     }
+    const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
+    if (subjects.empty()) {
+        io.err << "brisavane-cli equalize: no subject file found\n";
+        return kExitSomeFailed;
+    }
+    const bool spareCore = std::min<std::size_t>(static_cast<std::size_t>(options.jobs),
+                                                 subjects.size()) < CoresToRunOn();
     const JobSettings settings{
         *white,
         TargetLevel(white->MaxLuminance, white->MinLuminance, options.amountToApply),
         *folder,
         options.overwrite,
         throughLibtiff ? card : std::string(),
-        modes.get()};
-    const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
-    if (subjects.empty()) {
-        io.err << "brisavane-cli equalize: no subject file found\n";
-        return kExitSomeFailed;
-    }
+        modes.get(),
+        spareCore};
     SubjectRun run(subjects, settings, io.out, io.terminal, options.json);
     SettleClashes(subjects, *folder, options.skipExisting, run);
     return run.Run(options.jobs) ? kExitOk : kExitSomeFailed;

@@ -111,8 +111,9 @@ std::string Job::ModesFor(const LibtiffFile& image, std::unique_ptr<ModeCorrecto
     if (why.empty() && settings_.modes->Modes().linear)
         curves = settings_.modes->CurvesOf(image, "the file", why);
     if (why.empty())
-        modes = std::make_unique<ModeCorrector>(
-            *settings_.modes, image.tiled ? image.BandRows() : 1, std::move(curves));
+        modes =
+            std::make_unique<ModeCorrector>(*settings_.modes, image.tiled ? image.BandRows() : 1,
+                                            std::move(curves), settings_.spareCore);
     return why;
 }
 

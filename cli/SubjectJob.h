@@ -20,6 +20,7 @@ struct JobSettings {
     // every subject then goes that way too.
     std::string cardThroughLibtiff = {};
     const ModeRun* modes = nullptr;  // nil: the window's correction
+    bool spareCore = false;          // a core no job runs on, for the modes to share a row with
 };
 
 // Equalizes one subject as the window's batch does: the same tests and texts,

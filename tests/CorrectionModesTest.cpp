@@ -293,3 +293,29 @@ TEST(CorrectionModesDark, TiledSubjectTakesItsOwnRowsOfTheDarkFrame) {
         0);
     EXPECT_EQ(ReadWithLibtiff(strips).pixels, ReadWithLibtiff(dir / "out/plain_eq.tif").pixels);
 }
+
+// Linear light alone on a row wide enough to be shared with a second thread
+// (where a core is free) writes the bytes of a run whose jobs leave no core
+// free, where each row is corrected whole on one thread.
+TEST(CorrectionModesLinear, ARowSharedWithASecondThreadGivesTheSameBytes) {
+    TempFolder dir;
+    TiffSpec image = testing_tiff::SpecOf(1100, 6, 16, true);
+    image.iccProfile = Profile("srgb");
+    image.pixel = [](auto x, auto y) { return Of(60000 - x * 40, 65000 - x * 30 - y, 40000); };
+    testing_tiff::WriteTiff(dir / "card.tif", image);
+    image.pixel = [](auto x, auto y) { return Of(x * 59, (x * y * 7) % 60000, 30000 - x * 20); };
+    for (const char* name : {"a.tif", "b.tif"}) testing_tiff::WriteTiff(dir / name, image);
+    std::ostringstream out, err;
+    for (const auto& [folder, subjects] :
+         {std::pair<std::string, std::vector<std::string>>{"alone", {dir / "a.tif"}},
+          {"both", {dir / "a.tif", dir / "b.tif"}}}) {
+        std::vector<std::string> args = {"--white",   dir / "card.tif", "--linear", "--channels",
+                                         "rgb",       "--jobs",         "2",        "--output",
+                                         dir / folder};
+        args.insert(args.end(), subjects.begin(), subjects.end());
+        fs::create_directories(dir / folder);
+        ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+    }
+    EXPECT_EQ(testing_tiff::ReadFile(dir / "alone/a_eq.tif"),
+              testing_tiff::ReadFile(dir / "both/a_eq.tif"));
+}

@@ -76,7 +76,7 @@ TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
             return ResultLine(EqualizeSubject(rig.SubjectPath("a.tif"), settings, rig.host, 0));
         }
         rig.Press();
-        if (!rig.host.messages.empty()) return rig.host.messages.front();
+        if (!rig.host.dialogs.messages.empty()) return rig.host.dialogs.messages.front();
         if (!rig.host.marks.contains(0)) return "";
         return rig.host.marks[0] == RowMark::Check ? "Check" : "Cross: " + rig.Message(0);
     });

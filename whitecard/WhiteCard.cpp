@@ -41,7 +41,7 @@ std::string MaxLocText(const TiffFile& white) {
 }
 
 std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& error,
-                                        TiffServices services) {
+                                        TiffServices services, bool scan) {
     const std::string unopened = "Error: The white card file can't be opened: " + path;
     auto candidate = std::make_shared<TiffFile>(services);
     const TiffOpening opening = OpenTiffPath(*candidate, path);
@@ -65,7 +65,7 @@ std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& er
     }
     // A file that gives no stream for the scan surfaces as a missing object.
     try {
-        candidate->FindMaxLuminanceDisk();
+        if (scan) candidate->FindMaxLuminanceDisk();
     } catch (const NilObjectException&) {
         error = unopened;
         return nullptr;

@@ -21,8 +21,9 @@ std::string InfoText(const TiffFile& white);    // "6000 x 4000 pixels  16 bits/
 std::string MaxValText(const TiffFile& white);  // "61680 (240)" for 16-bit, "240" for 8-bit
 std::string MaxLocText(const TiffFile& white);  // "  x: 12  y: 34"
 
-// The headless road to an analysed white card: open, judge, scan. nil with the
-// message in error when the file can't serve, which includes a card of no
-// pixels at all (the window shows such a card's empty figures).
+// The headless road to an analysed white card: open, judge, scan (unless
+// scan is false, for a run that takes its figures from a scan of its own).
+// nil with the message in error when the file can't serve, which includes a
+// card of no pixels at all (the window shows such a card's empty figures).
 std::shared_ptr<TiffFile> LoadWhiteCard(const std::string& path, std::string& error,
-                                        TiffServices services = {});
+                                        TiffServices services = {}, bool scan = true);

@@ -20,13 +20,17 @@ SampleSpan Part(const SampleSpan& span, std::size_t from, std::size_t count) {
 }  // namespace
 
 ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
-                             std::shared_ptr<const ToneCurves> curves)
+                             std::shared_ptr<const ToneCurves> curves, bool spareCore)
     : run_(run),
       stack_(run.Modes()),
       curves_(std::move(curves)),
       bandRows_(std::max(bandRows, 1u)),
       band_(std::size_t{stack_.Width()} * 3 * bandRows_),
-      gains_(kStretch * run.Rule().GainsPerPixel()) {
+      gains_{std::vector<double>(kStretch * run.Rule().GainsPerPixel()),
+             std::vector<double>(kStretch * run.Rule().GainsPerPixel())},
+      // Only linear light's lookups make a row's work worth sharing: the
+      // other modes' rows cost less than handing half of them over does.
+      second_(spareCore && curves_ ? std::make_unique<SecondThread>() : nullptr) {
     stack_.InLinearLight(run.CardCurves());
 }
 
@@ -56,16 +60,36 @@ bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpa
     // Only now: reading the card's band moves the dark frame's reader on.
     const std::uint16_t* dark = stack_.DarkRow(y);
     if ((!card.samples && !card.values) || (stack_.HasDark() && !dark)) return false;
+    std::size_t capped[2] = {0, 0};
+    const std::size_t half = span.pixels / 2;
+    if (second_ && half >= kStretch)
+        second_->Together(
+            [&] {
+                capped[1] = CorrectPart(card, dark, x + static_cast<std::uint32_t>(half),
+                                        Part(span, half, span.pixels - half), 1);
+            },
+            [&] { capped[0] = CorrectPart(card, dark, x, Part(span, 0, half), 0); });
+    else
+        capped[0] = CorrectPart(card, dark, x, span, 0);
+    // A planar subject's pixel is met once a plane; it counts once.
+    if (span.firstColour == 0) capped_ += capped[0] + capped[1];
+    return true;
+}
+
+// Pixels x on of the card's row, a stretch at a time, with the gains of one
+// hand (the calling thread's or the second thread's); how many were capped.
+std::size_t ModeCorrector::CorrectPart(const CardRow& card, const std::uint16_t* dark,
+                                       std::uint32_t x, const SampleSpan& span, int hand) {
+    std::size_t capped = 0;
+    double* gains = gains_[hand].data();
     for (std::size_t from = 0; from < span.pixels; from += kStretch) {
         const std::size_t count = std::min(kStretch, span.pixels - from);
         const std::size_t at = (x + from) * 3;
-        const std::size_t capped = Gains(card, at, count);
-        // A planar subject's pixel is met once a plane; it counts once.
-        if (span.firstColour == 0) capped_ += capped;
-        CorrectSpan(Part(span, from, count), {gains_.data(), run_.Rule().GainsPerPixel(),
+        capped += Gains(card, at, count, gains);
+        CorrectSpan(Part(span, from, count), {gains, run_.Rule().GainsPerPixel(),
                                               dark ? dark + at : nullptr, curves_.get()});
     }
-    return true;
+    return capped;
 }
 
 // Rows in order of a card of one shot are read in its samples; tiles, and
@@ -77,11 +101,12 @@ ModeCorrector::CardRow ModeCorrector::CardAt(std::uint32_t y) {
 
 // The samples' gains come through the run's table in linear light, else by
 // the rule, as the values' do.
-std::size_t ModeCorrector::Gains(const CardRow& card, std::size_t at, std::size_t pixels) {
+std::size_t ModeCorrector::Gains(const CardRow& card, std::size_t at, std::size_t pixels,
+                                 double* gains) const {
     const GainTable* table = run_.Table();
-    if (!card.samples) return run_.Rule().Gains(card.values + at, pixels, gains_.data());
-    if (table) return table->Gains(card.samples + at, pixels, gains_.data());
-    return run_.Rule().Gains(card.samples + at, pixels, gains_.data());
+    if (!card.samples) return run_.Rule().Gains(card.values + at, pixels, gains);
+    if (table) return table->Gains(card.samples + at, pixels, gains);
+    return run_.Rule().Gains(card.samples + at, pixels, gains);
 }
 
 void ModeCorrector::Correct(std::uint32_t y, const PixelLayout& subject,

@@ -8,6 +8,8 @@
 #include "ChunkRewrite.h"
 #include "ModeRun.h"
 #include "RowPass.h"
+#include "SecondThread.h"
+#include "SpanCorrection.h"
 
 // One subject's correction in the modes of its run, on either road: the
 // one-strip row pass gives rows in the file's byte order, the libtiff rewrite
@@ -17,9 +19,10 @@
 class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   public:
     // bandRows: the rows a chunk of the subject spans at most (1 for rows in
-    // order); curves: the subject's own, with --linear.
+    // order); curves: the subject's own, with --linear; spareCore: a core no
+    // other job runs on, which takes half of each row.
     ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
-                  std::shared_ptr<const ToneCurves> curves);
+                  std::shared_ptr<const ToneCurves> curves, bool spareCore = false);
 
     void Correct(std::uint32_t y, const PixelLayout& subject, const std::uint8_t* subjectRow,
                  std::uint8_t* out) override;
@@ -39,10 +42,12 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     };
     CardRow CardAt(std::uint32_t y);
     // The gains of `pixels` pixels of the card's row from value `at` on, into
-    // gains_; gives how many were capped.
-    std::size_t Gains(const CardRow& card, std::size_t at, std::size_t pixels);
+    // gains; gives how many were capped.
+    std::size_t Gains(const CardRow& card, std::size_t at, std::size_t pixels, double* gains) const;
     // Corrects one row's run of pixels from x on; false when the card fails.
-    bool CorrectRun(std::uint32_t y, std::uint32_t x, const struct SampleSpan& span);
+    bool CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span);
+    std::size_t CorrectPart(const CardRow& card, const std::uint16_t* dark, std::uint32_t x,
+                            const SampleSpan& span, int hand);
 
     const ModeRun& run_;
     CardStack stack_;
@@ -51,6 +56,7 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;
     std::vector<double> band_;
-    std::vector<double> gains_;  // a stretch of pixels' gains
+    std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
     std::uint64_t capped_ = 0;
+    std::unique_ptr<SecondThread> second_;
 };
