@@ -115,25 +115,27 @@ TEST(TiffReader, FilesCutInTheirHeaderAreReadSafely) {
     for (std::size_t cut : {3, 9, 50}) EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut)));
 }
 
-// Rows handed over in place are the rows a read into a buffer gives: across
-// the seams of the mapped windows, from an offset inside a page, and past the
-// end of the file, where a row cut short keeps the rest of the row before it.
-TEST(RowReader, RowsInPlaceAreTheRowsRead) {
+// Rows handed over from bands are the rows a read into a buffer gives: across
+// the seams of the bands, from an offset inside a page, for rows longer than
+// a band, and past the end of the file, where a row cut short keeps the rest
+// of the row before it.
+TEST(RowReader, RowsFromBandsAreTheRowsRead) {
     struct Case {
         std::size_t fileBytes, first, rowBytes;
     };
     TempFolder folder;
-    for (const Case c : {Case{(5 << 19) + 7, 140, 36000}, Case{100, 3, 9}}) {
+    for (const Case c :
+         {Case{(5 << 19) + 7, 140, 36000}, Case{100, 3, 9}, Case{(3 << 19) + 5, 11, 300000}}) {
         std::string bytes(c.fileBytes, '\0');
         for (std::size_t i = 0; i < bytes.size(); ++i)
             bytes[i] = static_cast<char>(i * 131 + i / 4099);
         WriteFile(folder / "rows", bytes);
         const auto stream = BinaryStream::Open(FolderItem(folder / "rows"));
         MemoryBlock read(c.rowBytes), fallback(c.rowBytes);
-        RowReader byRead(*stream, c.first, c.rowBytes), inPlace(*stream, c.first, c.rowBytes);
+        RowReader byRead(*stream, c.first, c.rowBytes), banded(*stream, c.first, c.rowBytes);
         for (std::size_t row = 0; c.first + row * c.rowBytes <= c.fileBytes + c.rowBytes; ++row) {
             byRead.Read(read);
-            ASSERT_EQ(std::memcmp(inPlace.Next(fallback), read.Data(), c.rowBytes), 0) << row;
+            ASSERT_EQ(std::memcmp(banded.Next(fallback), read.Data(), c.rowBytes), 0) << row;
         }
     }
 }

@@ -23,24 +23,18 @@ class GreenRow {
   public:
     GreenRow(const std::uint8_t* data, const PixelLayout& layout) : data_(data), layout_(layout) {}
 
-    template <class Visit>
-    void ForEach(Visit&& visit) const {
-        for (std::size_t o = sizeof(Sample); o + sizeof(Sample) <= layout_.rowBytes;
-             o += layout_.pixelBytes)
-            visit(o, LoadSample<Sample, Swap>(data_ + o));
-    }
     std::int64_t Column(std::size_t offset) const {
         return static_cast<std::int64_t>((offset - sizeof(Sample)) / layout_.pixelBytes);
     }
 
-    // The first offset at which the row's largest sample stands.
+    // The first offset at which the row's largest sample stands; the walk
+    // stops there, since a card brightening toward its middle gives many
+    // rows a new largest sample.
     std::size_t FirstOf(std::uint16_t value) const {
-        std::size_t found = 0;
-        bool seen = false;
-        ForEach([&](std::size_t o, std::uint16_t s) {
-            if (!seen && s == value) found = o, seen = true;
-        });
-        return found;
+        for (std::size_t o = sizeof(Sample); o + sizeof(Sample) <= layout_.rowBytes;
+             o += layout_.pixelBytes)
+            if (LoadSample<Sample, Swap>(data_ + o) == value) return o;
+        return 0;
     }
 
   private:

@@ -7,10 +7,7 @@
 #include "WrappingMath.h"
 
 RowReader::RowReader(BinaryStream& stream, std::int64_t firstRow, std::size_t rowBytes)
-    : stream_(stream),
-      rowBytes_(rowBytes),
-      next_(std::max<std::int64_t>(firstRow, 0)),
-      window_(stream.Descriptor()) {
+    : stream_(stream), rowBytes_(rowBytes), next_(std::max<std::int64_t>(firstRow, 0)) {
     stream_.SetPosition(next_);
 }
 
@@ -21,6 +18,7 @@ RowReader::~RowReader() {
 
 // A short read leaves the walk at the end of the file, as a stream's read would.
 std::size_t RowReader::ReadInto(std::uint8_t* dest, std::size_t count) {
+    at_ = end_ = 0;
     const std::size_t got = stream_.ReadAt(next_, dest, count);
     next_ = WrappingAdd(next_, static_cast<std::int64_t>(got));
     return got;
@@ -37,7 +35,9 @@ std::size_t RowReader::Read(MemoryBlock& dest) {
 // A row cut short by the end of the file keeps the rest of the row before it,
 // as a read into the same buffer would have, also when that row came in place.
 const std::uint8_t* RowReader::Next(MemoryBlock& fallback) {
-    if (const std::uint8_t* row = window_.At(next_, rowBytes_)) {
+    if ((rowBytes_ > 0 && end_ - at_ >= rowBytes_) || Refill()) {
+        const std::uint8_t* row = bands_[band_].data() + at_;
+        at_ += rowBytes_;
         next_ += static_cast<std::int64_t>(rowBytes_);
         lastInPlace_ = row;
         return row;
@@ -49,7 +49,24 @@ const std::uint8_t* RowReader::Next(MemoryBlock& fallback) {
     return fallback.Data();
 }
 
+// Bands of about 256 KiB: large enough that the calls cost little, small
+// enough to stay in the processor's cache while their rows are worked on. A
+// row longer than that is read on its own into the caller's buffer.
+bool RowReader::Refill() {
+    constexpr std::size_t kBandBytes = 256 * 1024;
+    if (rowBytes_ == 0 || rowBytes_ > kBandBytes) return false;
+    std::vector<std::uint8_t>& band = bands_[1 - band_];
+    band.resize(kBandBytes / rowBytes_ * rowBytes_);
+    const std::size_t got = stream_.ReadAt(next_, band.data(), band.size());
+    if (got < rowBytes_) return false;
+    band_ = 1 - band_;
+    at_ = 0;
+    end_ = got - got % rowBytes_;
+    return true;
+}
+
 void RowReader::Skip() {
+    at_ = end_ = 0;
     next_ = std::max<std::int64_t>(WrappingAdd(next_, static_cast<std::int64_t>(rowBytes_)), 0);
 }
 
