@@ -3,7 +3,6 @@
 #include "BinaryStream.h"
 #include "Exceptions.h"
 #include "FolderItem.h"
-#include "MappedWindow.h"
 #include "MemoryBlock.h"
 #include "NumberText.h"
 #include "Picture.h"
@@ -73,19 +72,6 @@ TEST(BinaryStream, ClosedStreamRaisesIOException) {
     auto stream = BinaryStream::Open(FolderItem(folder / "f"));
     stream->Close();
     EXPECT_THROW(stream->ReadUInt8(), IOException);
-}
-
-// A file cut short by another program under a mapped window: the bytes gone
-// read as zeros and the program goes on, the bytes left are still there.
-TEST(MappedWindow, FileCutShortUnderItReadsZerosPastItsNewEnd) {
-    TempFolder folder;
-    WriteFile(folder / "f", std::string(3 * 4096, 'x'));
-    const auto stream = BinaryStream::Open(FolderItem(folder / "f"));
-    MappedWindow window(stream->Descriptor());
-    const std::uint8_t* bytes = window.At(0, 3 * 4096);
-    ASSERT_TRUE(bytes);
-    std::filesystem::resize_file(folder / "f", 4096);
-    EXPECT_EQ(bytes[4095] + bytes[4096] + bytes[3 * 4096 - 1], 'x');
 }
 
 TEST(MemoryBlock, TypedAccessInItsByteOrderAndBoundsChecked) {

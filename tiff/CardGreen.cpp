@@ -1,5 +1,8 @@
 #include "CardGreen.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
@@ -34,10 +37,7 @@ void PickSamples(const std::uint8_t* row, std::uint16_t* out, std::size_t width,
 }  // namespace
 
 CardGreen::CardGreen(const std::string& path, std::size_t colours)
-    : image_(path, "rm"),
-      colours_(colours),
-      inPlace_(image_.Handle() && image_.RowsInPlace()),
-      window_(inPlace_ ? TIFFFileno(image_.Handle()) : -1) {
+    : image_(path, "rm"), colours_(colours), inPlace_(image_.Handle() && image_.RowsInPlace()) {
     if (!Opened() || !image_.Unusable().empty()) return;
     bandRows_ = image_.BandRows();
     band_.resize(std::size_t{image_.width} * bandRows_ * colours_);
@@ -75,23 +75,27 @@ bool CardGreen::LoadBand(std::uint32_t y) {
 }
 
 // A strip the file holds fewer bytes of than its rows is left to libtiff,
-// which says what is wrong with it.
+// which says what is wrong with it. The strip's bytes come in one read.
 bool CardGreen::LoadBandInPlace(std::uint32_t y) {
     TIFF* tif = image_.Handle();
     const std::uint32_t strip = TIFFComputeStrip(tif, y, 0);
     const LibtiffFile::Place place = image_.PlaceOf(strip);
     const std::uint64_t start = TIFFGetStrileOffset(tif, strip);
     const std::uint64_t length = std::uint64_t{place.rows} * place.rowBytes;
-    if (start == 0 || TIFFGetStrileByteCount(tif, strip) < length ||
+    if (start == 0 || TIFFGetStrileByteCount(tif, strip) < length || length > chunk_.size() ||
         start > std::uint64_t{INT64_MAX} - length)
         return false;
-    const bool swap = image_.bits == 16 && image_.bigEndian == kHostLittleEndian;
-    for (std::uint32_t r = 0; r < place.rows; ++r) {
-        const std::uint8_t* row =
-            window_.At(static_cast<std::int64_t>(start + r * place.rowBytes), place.rowBytes);
-        if (!row) return false;
-        TakeRow(row, band_.data() + std::size_t{r} * image_.width * colours_, place.width, swap);
+    for (std::uint64_t got = 0; got < length;) {
+        const ssize_t n = ::pread(TIFFFileno(tif), chunk_.data() + got, length - got,
+                                  static_cast<off_t>(start + got));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        got += static_cast<std::uint64_t>(n);
     }
+    const bool swap = image_.bits == 16 && image_.bigEndian == kHostLittleEndian;
+    for (std::uint32_t r = 0; r < place.rows; ++r)
+        TakeRow(chunk_.data() + std::size_t{r} * place.rowBytes,
+                band_.data() + std::size_t{r} * image_.width * colours_, place.width, swap);
     return true;
 }
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "LibtiffFile.h"
-#include "MappedWindow.h"
 
 class TiffFile;
 
@@ -14,9 +13,9 @@ class TiffFile;
 // host's byte order whatever the card's layout: the strip or row of tiles that
 // holds a row is decoded when a row of it is first asked for, so memory holds
 // one band of rows, not the card. Rows of uncompressed interleaved strips are
-// taken from the file's bytes in place rather than decoded into a buffer
-// first. With colours 3 a row holds the red, green
-// and blue samples of each pixel instead, for cards averaged and dark frames.
+// read from the file's bytes straight, rather than through libtiff's decoding.
+// With colours 3 a row holds the red, green and blue samples of each pixel
+// instead, for cards averaged and dark frames.
 class CardGreen {
   public:
     explicit CardGreen(const std::string& path, std::size_t colours = 1);
@@ -38,8 +37,7 @@ class CardGreen {
 
     LibtiffFile image_;
     std::size_t colours_;
-    bool inPlace_ = false;
-    MappedWindow window_;
+    bool inPlace_ = false;  // uncompressed interleaved strips, read straight
     std::uint32_t bandRows_ = 0;
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;

@@ -33,18 +33,18 @@ std::size_t RowReader::Read(MemoryBlock& dest) {
 }
 
 // A row cut short by the end of the file keeps the rest of the row before it,
-// as a read into the same buffer would have, also when that row came in place.
+// as a read into the same buffer would have, also when that row came from a band.
 const std::uint8_t* RowReader::Next(MemoryBlock& fallback) {
     if ((rowBytes_ > 0 && end_ - at_ >= rowBytes_) || Refill()) {
         const std::uint8_t* row = bands_[band_].data() + at_;
         at_ += rowBytes_;
         next_ += static_cast<std::int64_t>(rowBytes_);
-        lastInPlace_ = row;
+        lastFromBand_ = row;
         return row;
     }
-    if (lastInPlace_)
-        std::memcpy(fallback.Data(), lastInPlace_, std::min(rowBytes_, fallback.Size()));
-    lastInPlace_ = nullptr;
+    if (lastFromBand_)
+        std::memcpy(fallback.Data(), lastFromBand_, std::min(rowBytes_, fallback.Size()));
+    lastFromBand_ = nullptr;
     Read(fallback);
     return fallback.Data();
 }

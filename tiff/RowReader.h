@@ -54,7 +54,7 @@ class RowReader {
     // Two bands in turn, so that the row handed out last stays whole while
     // the next band is read.
     std::vector<std::uint8_t> bands_[2];
-    int band_ = 0;                               // the band rows are handed out from
-    std::size_t at_ = 0, end_ = 0;               // its next row and the end of its whole rows
-    const std::uint8_t* lastInPlace_ = nullptr;  // the last row Next gave from a band
+    int band_ = 0;                                // the band rows are handed out from
+    std::size_t at_ = 0, end_ = 0;                // its next row and the end of its whole rows
+    const std::uint8_t* lastFromBand_ = nullptr;  // the last row Next gave from a band
 };
