@@ -294,10 +294,10 @@ TEST(CorrectionModesDark, TiledSubjectTakesItsOwnRowsOfTheDarkFrame) {
     EXPECT_EQ(ReadWithLibtiff(strips).pixels, ReadWithLibtiff(dir / "out/plain_eq.tif").pixels);
 }
 
-// Linear light alone on a row wide enough to be shared with a second thread
-// (where a core is free) writes the bytes of a run whose jobs leave no core
-// free, where each row is corrected whole on one thread.
-TEST(CorrectionModesLinear, ARowSharedWithASecondThreadGivesTheSameBytes) {
+// A subject alone, where a core is free for a second thread (which takes half
+// of each row in linear light, and draws the next smoothed card row), writes
+// the bytes of a run whose jobs leave no core free.
+TEST(CorrectionModesSecondThread, GivesTheBytesOfOneThread) {
     TempFolder dir;
     TiffSpec image = testing_tiff::SpecOf(1100, 6, 16, true);
     image.iccProfile = Profile("srgb");
@@ -305,17 +305,25 @@ TEST(CorrectionModesLinear, ARowSharedWithASecondThreadGivesTheSameBytes) {
     testing_tiff::WriteTiff(dir / "card.tif", image);
     image.pixel = [](auto x, auto y) { return Of(x * 59, (x * y * 7) % 60000, 30000 - x * 20); };
     for (const char* name : {"a.tif", "b.tif"}) testing_tiff::WriteTiff(dir / name, image);
-    std::ostringstream out, err;
-    for (const auto& [folder, subjects] :
-         {std::pair<std::string, std::vector<std::string>>{"alone", {dir / "a.tif"}},
-          {"both", {dir / "a.tif", dir / "b.tif"}}}) {
-        std::vector<std::string> args = {"--white",   dir / "card.tif", "--linear", "--channels",
-                                         "rgb",       "--jobs",         "2",        "--output",
-                                         dir / folder};
-        args.insert(args.end(), subjects.begin(), subjects.end());
-        fs::create_directories(dir / folder);
-        ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+    for (const std::string modes : {"--linear", "--smooth"}) {
+        std::ostringstream out, err;
+        for (const std::string subjects : {"a", "ab"}) {
+            const std::string folder = dir / (modes + subjects);
+            std::vector<std::string> args = {"--white",
+                                             dir / "card.tif",
+                                             "--channels",
+                                             "rgb",
+                                             modes == "--smooth" ? "--smooth=3" : modes,
+                                             "--jobs",
+                                             "2",
+                                             "--output",
+                                             folder};
+            for (const char name : subjects) args.push_back(dir / (name + std::string(".tif")));
+            fs::create_directories(folder);
+            ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
+        }
+        EXPECT_EQ(testing_tiff::ReadFile(dir / (modes + "a/a_eq.tif")),
+                  testing_tiff::ReadFile(dir / (modes + "ab/a_eq.tif")))
+            << modes;
     }
-    EXPECT_EQ(testing_tiff::ReadFile(dir / "alone/a_eq.tif"),
-              testing_tiff::ReadFile(dir / "both/a_eq.tif"));
 }

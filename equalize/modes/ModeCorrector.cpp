@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include "SpanCorrection.h"
 
@@ -26,16 +27,20 @@ ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
       curves_(std::move(curves)),
       bandRows_(std::max(bandRows, 1u)),
       band_(std::size_t{stack_.Width()} * 3 * bandRows_),
+      ahead_(band_.size()),
       gains_{std::vector<double>(kStretch * run.Rule().GainsPerPixel()),
              std::vector<double>(kStretch * run.Rule().GainsPerPixel())},
-      // Only linear light's lookups make a row's work worth sharing: the
-      // other modes' rows cost less than handing half of them over does.
-      second_(spareCore && curves_ ? std::make_unique<SecondThread>() : nullptr) {
+      // Linear light's lookups make a row's work worth sharing, and a
+      // smoothed card's next row can be drawn meanwhile; the other modes'
+      // rows cost less than handing a part of them over does.
+      second_(spareCore && (curves_ || run.Smoothed()) ? std::make_unique<SecondThread>()
+                                                       : nullptr) {
     stack_.InLinearLight(run.CardCurves());
 }
 
 const double* ModeCorrector::Card(std::uint32_t y) {
     if (y >= stack_.Height()) return nullptr;
+    if (run_.Smoothed() && bandRows_ == 1 && second_) return SmoothedAhead(y);
     const std::size_t rowValues = std::size_t{stack_.Width()} * 3;
     if (!loaded_ || y < bandStart_ || y >= bandStart_ + bandRows_) {
         bandStart_ = y / bandRows_ * bandRows_;
@@ -52,6 +57,25 @@ const double* ModeCorrector::Card(std::uint32_t y) {
         if (!loaded_) return nullptr;
     }
     return &band_[(y - bandStart_) * rowValues];
+}
+
+// A smoothed card's rows in order: the second thread draws the next one
+// while this one is worked on. A row it didn't draw (one out of order, or
+// one its drawing failed on) is drawn here, where a failure is thrown.
+const double* ModeCorrector::SmoothedAhead(std::uint32_t y) {
+    second_->Wait();
+    if (aheadRow_ != y) run_.Smoothed()->Row(y, ahead_.data());
+    std::swap(band_, ahead_);
+    aheadRow_ = y + 1;
+    if (aheadRow_ < stack_.Height())
+        second_->Start([this] {
+            try {
+                run_.Smoothed()->Row(aheadRow_, ahead_.data());
+            } catch (...) {
+                aheadRow_ = kNoRow;
+            }
+        });
+    return band_.data();
 }
 
 bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span) {

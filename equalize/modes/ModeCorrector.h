@@ -34,6 +34,7 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
   private:
     // The card's values of row y, all of its width; nil when they can't be read.
     const double* Card(std::uint32_t y);
+    const double* SmoothedAhead(std::uint32_t y);
     // A row of the card, in its samples or in its values (3 a pixel); both
     // nil when it can't be read.
     struct CardRow {
@@ -56,6 +57,10 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;
     std::vector<double> band_;
+    // The smoothed card's next row, drawn by the second thread, and its index.
+    static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
+    std::vector<double> ahead_;
+    std::uint32_t aheadRow_ = kNoRow;
     std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
     std::uint64_t capped_ = 0;
     std::unique_ptr<SecondThread> second_;

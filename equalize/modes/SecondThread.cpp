@@ -19,27 +19,37 @@ std::uint32_t WaitPast(const std::atomic<std::uint32_t>& value, std::uint32_t se
 SecondThread::SecondThread() : thread_([this] { Serve(); }) {}
 
 SecondThread::~SecondThread() {
-    task_ = nullptr;
+    Wait();
+    stop_ = true;
     posted_.fetch_add(1, std::memory_order_release);
     posted_.notify_one();
     thread_.join();
 }
 
-void SecondThread::Together(const std::function<void()>& theirs,
-                            const std::function<void()>& ours) {
-    task_ = &theirs;
-    const std::uint32_t part = posted_.fetch_add(1, std::memory_order_release) + 1;
+void SecondThread::Start(std::function<void()> task) {
+    Wait();
+    task_ = std::move(task);
+    posted_.fetch_add(1, std::memory_order_release);
     posted_.notify_one();
-    ours();
+}
+
+void SecondThread::Wait() {
+    const std::uint32_t part = posted_.load(std::memory_order_relaxed);
     for (std::uint32_t done = done_.load(std::memory_order_acquire); done != part;)
         done = WaitPast(done_, done);
+}
+
+void SecondThread::Together(std::function<void()> theirs, const std::function<void()>& ours) {
+    Start(std::move(theirs));
+    ours();
+    Wait();
 }
 
 void SecondThread::Serve() {
     for (std::uint32_t seen = 0;;) {
         seen = WaitPast(posted_, seen);
-        if (!task_) return;
-        (*task_)();
+        if (stop_) return;
+        task_();
         done_.store(seen, std::memory_order_release);
         done_.notify_one();
     }
