@@ -30,9 +30,9 @@ ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
       ahead_(band_.size()),
       gains_{std::vector<double>(kStretch * run.Rule().GainsPerPixel()),
              std::vector<double>(kStretch * run.Rule().GainsPerPixel())},
-      // Linear light's lookups make a row's work worth sharing, and a
-      // smoothed card's next row can be drawn meanwhile; the other modes'
-      // rows cost less than handing a part of them over does.
+      // Linear light's lookups and a smoothed card's rows make a row's work
+      // worth sharing; the other modes' rows cost less than handing half of
+      // them over does.
       second_(spareCore && (curves_ || run.Smoothed()) ? std::make_unique<SecondThread>()
                                                        : nullptr) {
     stack_.InLinearLight(run.CardCurves());
@@ -59,22 +59,14 @@ const double* ModeCorrector::Card(std::uint32_t y) {
     return &band_[(y - bandStart_) * rowValues];
 }
 
-// A smoothed card's rows in order: the second thread draws the next one
-// while this one is worked on. A row it didn't draw (one out of order, or
-// one its drawing failed on) is drawn here, where a failure is thrown.
+// A smoothed card's rows in order, where the second thread shares them: the
+// row it drew ahead, or, out of order, this one drawn here.
 const double* ModeCorrector::SmoothedAhead(std::uint32_t y) {
     second_->Wait();
-    if (aheadRow_ != y) run_.Smoothed()->Row(y, ahead_.data());
+    const bool ready = aheadRow_ == y;
+    aheadRow_ = kNoRow;  // the buffer serves this row only
+    if (!ready) run_.Smoothed()->Row(y, ahead_.data());
     std::swap(band_, ahead_);
-    aheadRow_ = y + 1;
-    if (aheadRow_ < stack_.Height())
-        second_->Start([this] {
-            try {
-                run_.Smoothed()->Row(aheadRow_, ahead_.data());
-            } catch (...) {
-                aheadRow_ = kNoRow;
-            }
-        });
     return band_.data();
 }
 
@@ -97,7 +89,38 @@ bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpa
         capped[0] = CorrectPart(card, dark, x, span, 0);
     // A planar subject's pixel is met once a plane; it counts once.
     if (span.firstColour == 0) capped_ += capped[0] + capped[1];
+    CardAhead(y + 1);
     return true;
+}
+
+// Rows in order, where the second thread shares them: once this row is done,
+// it takes the card's next row (a card of one shot's samples, or a smoothed
+// card's values) while the row is written and the next one read. A row it
+// failed on is taken again where it is asked for, which meets the failure.
+void ModeCorrector::CardAhead(std::uint32_t y) {
+    if (!second_ || bandRows_ != 1 || y >= stack_.Height()) return;
+    if (run_.OneShot())
+        second_->Start([this, y] {
+            aheadSamples_ = stack_.Samples(y);
+            aheadRow_ = aheadSamples_ ? y : kNoRow;
+        });
+    else if (const CardSmoother* smoothed = run_.Smoothed())
+        second_->Start([this, y, smoothed] {
+            try {
+                smoothed->Row(y, ahead_.data());
+                aheadRow_ = y;
+            } catch (...) {
+                aheadRow_ = kNoRow;
+            }
+        });
+}
+
+const std::uint16_t* ModeCorrector::SamplesAt(std::uint32_t y) {
+    if (!second_) return stack_.Samples(y);
+    second_->Wait();
+    const bool ready = aheadRow_ == y;
+    aheadRow_ = kNoRow;  // the buffer serves this row only
+    return ready ? aheadSamples_ : stack_.Samples(y);
 }
 
 // Pixels x on of the card's row, a stretch at a time, with the gains of one
@@ -119,7 +142,7 @@ std::size_t ModeCorrector::CorrectPart(const CardRow& card, const std::uint16_t*
 // Rows in order of a card of one shot are read in its samples; tiles, and
 // cards averaged or smoothed, in the card's values.
 ModeCorrector::CardRow ModeCorrector::CardAt(std::uint32_t y) {
-    if (bandRows_ == 1 && run_.OneShot()) return {stack_.Samples(y), nullptr};
+    if (bandRows_ == 1 && run_.OneShot()) return {SamplesAt(y), nullptr};
     return {nullptr, Card(y)};
 }
 

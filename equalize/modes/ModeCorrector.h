@@ -35,6 +35,8 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     // The card's values of row y, all of its width; nil when they can't be read.
     const double* Card(std::uint32_t y);
     const double* SmoothedAhead(std::uint32_t y);
+    void CardAhead(std::uint32_t y);
+    const std::uint16_t* SamplesAt(std::uint32_t y);
     // A row of the card, in its samples or in its values (3 a pixel); both
     // nil when it can't be read.
     struct CardRow {
@@ -57,9 +59,11 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     std::uint32_t bandStart_ = 0;
     bool loaded_ = false;
     std::vector<double> band_;
-    // The smoothed card's next row, drawn by the second thread, and its index.
+    // The card's next row, taken by the second thread: a smoothed card's
+    // values or a card of one shot's samples, and the row's index.
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
     std::vector<double> ahead_;
+    const std::uint16_t* aheadSamples_ = nullptr;
     std::uint32_t aheadRow_ = kNoRow;
     std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
     std::uint64_t capped_ = 0;
