@@ -36,6 +36,10 @@ ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
       second_(spareCore && (curves_ || run.Smoothed()) ? std::make_unique<SecondThread>()
                                                        : nullptr) {
     stack_.InLinearLight(run.CardCurves());
+    // In linear light a card of one shot's gains are lookups that the second
+    // thread can work out ahead for the whole next row.
+    if (second_ && bandRows_ == 1 && run.OneShot() && run.Table())
+        aheadGains_.resize(std::size_t{stack_.Width()} * run.Rule().GainsPerPixel());
 }
 
 const double* ModeCorrector::Card(std::uint32_t y) {
@@ -72,10 +76,12 @@ const double* ModeCorrector::SmoothedAhead(std::uint32_t y) {
 
 bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpan& span) {
     if (x + span.pixels > stack_.Width()) return false;
-    const CardRow card = CardAt(y);
+    CardRow card = CardAt(y);
     // Only now: reading the card's band moves the dark frame's reader on.
     const std::uint16_t* dark = stack_.DarkRow(y);
     if ((!card.samples && !card.values) || (stack_.HasDark() && !dark)) return false;
+    // The gains worked out ahead are the whole row's.
+    if (x != 0 || span.pixels != stack_.Width()) card.gains = nullptr;
     std::size_t capped[2] = {0, 0};
     const std::size_t half = span.pixels / 2;
     if (second_ && half >= kStretch)
@@ -88,7 +94,7 @@ bool ModeCorrector::CorrectRun(std::uint32_t y, std::uint32_t x, const SampleSpa
     else
         capped[0] = CorrectPart(card, dark, x, span, 0);
     // A planar subject's pixel is met once a plane; it counts once.
-    if (span.firstColour == 0) capped_ += capped[0] + capped[1];
+    if (span.firstColour == 0) capped_ += card.gains ? card.capped : capped[0] + capped[1];
     CardAhead(y + 1);
     return true;
 }
@@ -103,6 +109,9 @@ void ModeCorrector::CardAhead(std::uint32_t y) {
         second_->Start([this, y] {
             aheadSamples_ = stack_.Samples(y);
             aheadRow_ = aheadSamples_ ? y : kNoRow;
+            if (aheadSamples_ && !aheadGains_.empty())
+                aheadCapped_ =
+                    Gains({aheadSamples_, nullptr}, 0, stack_.Width(), aheadGains_.data());
         });
     else if (const CardSmoother* smoothed = run_.Smoothed())
         second_->Start([this, y, smoothed] {
@@ -115,12 +124,16 @@ void ModeCorrector::CardAhead(std::uint32_t y) {
         });
 }
 
-const std::uint16_t* ModeCorrector::SamplesAt(std::uint32_t y) {
-    if (!second_) return stack_.Samples(y);
+// A card of one shot's row y, with its gains when the second thread worked
+// them out ahead.
+ModeCorrector::CardRow ModeCorrector::SamplesAt(std::uint32_t y) {
+    if (!second_) return {stack_.Samples(y), nullptr};
     second_->Wait();
     const bool ready = aheadRow_ == y;
-    aheadRow_ = kNoRow;  // the buffer serves this row only
-    return ready ? aheadSamples_ : stack_.Samples(y);
+    aheadRow_ = kNoRow;  // the buffers serve this row only
+    if (!ready) return {stack_.Samples(y), nullptr};
+    return {aheadSamples_, nullptr, aheadGains_.empty() ? nullptr : aheadGains_.data(),
+            aheadCapped_};
 }
 
 // Pixels x on of the card's row, a stretch at a time, with the gains of one
@@ -128,13 +141,14 @@ const std::uint16_t* ModeCorrector::SamplesAt(std::uint32_t y) {
 std::size_t ModeCorrector::CorrectPart(const CardRow& card, const std::uint16_t* dark,
                                        std::uint32_t x, const SampleSpan& span, int hand) {
     std::size_t capped = 0;
-    double* gains = gains_[hand].data();
+    const std::size_t perPixel = run_.Rule().GainsPerPixel();
     for (std::size_t from = 0; from < span.pixels; from += kStretch) {
         const std::size_t count = std::min(kStretch, span.pixels - from);
         const std::size_t at = (x + from) * 3;
-        capped += Gains(card, at, count, gains);
-        CorrectSpan(Part(span, from, count), {gains, run_.Rule().GainsPerPixel(),
-                                              dark ? dark + at : nullptr, curves_.get()});
+        const double* gains = card.gains ? card.gains + (x + from) * perPixel : gains_[hand].data();
+        if (!card.gains) capped += Gains(card, at, count, gains_[hand].data());
+        CorrectSpan(Part(span, from, count),
+                    {gains, perPixel, dark ? dark + at : nullptr, curves_.get()});
     }
     return capped;
 }
@@ -142,7 +156,7 @@ std::size_t ModeCorrector::CorrectPart(const CardRow& card, const std::uint16_t*
 // Rows in order of a card of one shot are read in its samples; tiles, and
 // cards averaged or smoothed, in the card's values.
 ModeCorrector::CardRow ModeCorrector::CardAt(std::uint32_t y) {
-    if (bandRows_ == 1 && run_.OneShot()) return {SamplesAt(y), nullptr};
+    if (bandRows_ == 1 && run_.OneShot()) return SamplesAt(y);
     return {nullptr, Card(y)};
 }
 

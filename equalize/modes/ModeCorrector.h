@@ -36,14 +36,16 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     const double* Card(std::uint32_t y);
     const double* SmoothedAhead(std::uint32_t y);
     void CardAhead(std::uint32_t y);
-    const std::uint16_t* SamplesAt(std::uint32_t y);
     // A row of the card, in its samples or in its values (3 a pixel); both
     // nil when it can't be read.
     struct CardRow {
         const std::uint16_t* samples;
         const double* values;
+        const double* gains = nullptr;  // the whole row's, when worked out ahead
+        std::size_t capped = 0;         // of those
     };
     CardRow CardAt(std::uint32_t y);
+    CardRow SamplesAt(std::uint32_t y);
     // The gains of `pixels` pixels of the card's row from value `at` on, into
     // gains; gives how many were capped.
     std::size_t Gains(const CardRow& card, std::size_t at, std::size_t pixels, double* gains) const;
@@ -64,6 +66,8 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
     std::vector<double> ahead_;
     const std::uint16_t* aheadSamples_ = nullptr;
+    std::vector<double> aheadGains_;  // their gains, in linear light
+    std::size_t aheadCapped_ = 0;
     std::uint32_t aheadRow_ = kNoRow;
     std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
     std::uint64_t capped_ = 0;
