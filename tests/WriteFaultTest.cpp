@@ -129,9 +129,9 @@ TEST_P(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsWhatCouldNo
     const bool readOnly = GetParam();
     BatchRig rig{Card()};
     const TiffSpec small = Subject(0), big = Subject(60000, false);
-    for (const auto& [name, spec] :
+    for (const auto& [name, image] :
          {std::pair{"a_small.tif", small}, {"b_big.tif", big}, {"c_small.tif", small}})
-        rig.AddSubject(name, BuildTiff(spec).bytes);
+        rig.AddSubject(name, BuildTiff(image).bytes);
     const TmpfsMount disk(rig.dir.Path() / "out", "size=16k", readOnly);
     if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
     const auto subjects = HashFolder(rig.dir.Path() / "subjects");
