@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Exceptions.h"
+#include "PositionedIO.h"
 
 namespace {
 // A file descriptor closed with its owner.
@@ -37,19 +38,12 @@ class Descriptor {
 
 // Copies [from, to) through memory, where the kernel can't copy by itself.
 bool CopyThroughMemory(int in, int out, off_t from, off_t to) {
-    std::vector<char> chunk(1 << 20);
+    std::vector<std::uint8_t> chunk(1 << 20);
     while (from < to) {
         const auto want = static_cast<std::size_t>(std::min<off_t>(to - from, 1 << 20));
-        const ssize_t got = ::pread(in, chunk.data(), want, from);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        for (ssize_t put = 0; put < got;) {
-            const ssize_t n = ::pwrite(out, chunk.data() + put, got - put, from + put);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return false;
-            put += n;
-        }
-        from += got;
+        const std::size_t got = ReadAtPlace(in, chunk.data(), want, from);
+        if (got == 0 || !WriteAtPlace(out, chunk.data(), got, from)) return false;
+        from += static_cast<off_t>(got);
     }
     return true;
 }

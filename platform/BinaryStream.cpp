@@ -8,6 +8,7 @@
 #include "Exceptions.h"
 #include "FolderItem.h"
 #include "MemoryBlock.h"
+#include "PositionedIO.h"
 
 namespace {
 // A few rows of a big image per system call. Larger buffers gain nothing on
@@ -164,36 +165,16 @@ std::size_t BinaryStream::ReadAt(std::int64_t position, std::uint8_t* dest, std:
         SetPosition(was);
         return got;
     }
-    const int fd = ::fileno(Handle());
     if (lastWasWrite_) Flush();
-    std::size_t got = 0;
-    while (got < count) {
-        const ssize_t n = ::pread(fd, dest + got, count - got,
-                                  static_cast<off_t>(position + static_cast<std::int64_t>(got)));
-        if (n > 0)
-            got += static_cast<std::size_t>(n);
-        else if (n == 0 || errno != EINTR)
-            break;
-    }
-    return got;
+    return ReadAtPlace(::fileno(Handle()), dest, count, position);
 }
 
 bool BinaryStream::WriteAt(std::int64_t position, const std::uint8_t* src, std::size_t count) {
     const int fd = ::fileno(Handle());
     if (lastWasWrite_) Flush();
-    std::size_t put = 0;
-    while (put < count) {
-        errno = 0;
-        const ssize_t n = ::pwrite(fd, src + put, count - put,
-                                   static_cast<off_t>(position + static_cast<std::int64_t>(put)));
-        if (n > 0) {
-            put += static_cast<std::size_t>(n);
-        } else if (n == 0 || errno != EINTR) {
-            NoteError();
-            return false;
-        }
-    }
-    return true;
+    if (WriteAtPlace(fd, src, count, position)) return true;
+    NoteError();
+    return false;
 }
 
 void BinaryStream::WriteUnsigned(std::size_t width, std::uint64_t value) {

@@ -1,12 +1,10 @@
 #include "CardGreen.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
 #include "PixelLayout.h"
+#include "PositionedIO.h"
 #include "RowExtremes.h"
 #include "TiffFile.h"
 #include "VectorClones.h"
@@ -85,13 +83,9 @@ bool CardGreen::LoadBandInPlace(std::uint32_t y) {
     if (start == 0 || TIFFGetStrileByteCount(tif, strip) < length || length > chunk_.size() ||
         start > std::uint64_t{INT64_MAX} - length)
         return false;
-    for (std::uint64_t got = 0; got < length;) {
-        const ssize_t n = ::pread(TIFFFileno(tif), chunk_.data() + got, length - got,
-                                  static_cast<off_t>(start + got));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        got += static_cast<std::uint64_t>(n);
-    }
+    if (ReadAtPlace(TIFFFileno(tif), chunk_.data(), length, static_cast<std::int64_t>(start)) !=
+        length)
+        return false;
     const bool swap = image_.bits == 16 && image_.bigEndian == kHostLittleEndian;
     for (std::uint32_t r = 0; r < place.rows; ++r)
         TakeRow(chunk_.data() + std::size_t{r} * place.rowBytes,

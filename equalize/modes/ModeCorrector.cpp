@@ -36,9 +36,8 @@ ModeCorrector::ModeCorrector(const ModeRun& run, std::uint32_t bandRows,
       second_(spareCore && (curves_ || run.Smoothed()) ? std::make_unique<SecondThread>()
                                                        : nullptr) {
     stack_.InLinearLight(run.CardCurves());
-    // In linear light a card of one shot's gains are lookups that the second
-    // thread can work out ahead for the whole next row.
-    if (second_ && bandRows_ == 1 && run.OneShot() && run.Table())
+    // A card of one shot taken ahead comes with the whole row's gains.
+    if (second_ && bandRows_ == 1 && run.OneShot())
         aheadGains_.resize(std::size_t{stack_.Width()} * run.Rule().GainsPerPixel());
 }
 
@@ -109,7 +108,7 @@ void ModeCorrector::CardAhead(std::uint32_t y) {
         second_->Start([this, y] {
             aheadSamples_ = stack_.Samples(y);
             aheadRow_ = aheadSamples_ ? y : kNoRow;
-            if (aheadSamples_ && !aheadGains_.empty())
+            if (aheadSamples_)
                 aheadCapped_ =
                     Gains({aheadSamples_, nullptr}, 0, stack_.Width(), aheadGains_.data());
         });
@@ -124,16 +123,15 @@ void ModeCorrector::CardAhead(std::uint32_t y) {
         });
 }
 
-// A card of one shot's row y, with its gains when the second thread worked
-// them out ahead.
+// A card of one shot's row y, with the whole row's gains when the second
+// thread took it ahead.
 ModeCorrector::CardRow ModeCorrector::SamplesAt(std::uint32_t y) {
     if (!second_) return {stack_.Samples(y), nullptr};
     second_->Wait();
     const bool ready = aheadRow_ == y;
     aheadRow_ = kNoRow;  // the buffers serve this row only
     if (!ready) return {stack_.Samples(y), nullptr};
-    return {aheadSamples_, nullptr, aheadGains_.empty() ? nullptr : aheadGains_.data(),
-            aheadCapped_};
+    return {aheadSamples_, nullptr, aheadGains_.data(), aheadCapped_};
 }
 
 // Pixels x on of the card's row, a stretch at a time, with the gains of one

@@ -66,7 +66,7 @@ class ModeCorrector final : public RowCorrector, public ChunkCorrector {
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
     std::vector<double> ahead_;
     const std::uint16_t* aheadSamples_ = nullptr;
-    std::vector<double> aheadGains_;  // their gains, in linear light
+    std::vector<double> aheadGains_;  // and their gains
     std::size_t aheadCapped_ = 0;
     std::uint32_t aheadRow_ = kNoRow;
     std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
