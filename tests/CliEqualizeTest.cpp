@@ -24,8 +24,9 @@ struct CliRig : BatchRig {
     }
 };
 
-// A folder stands for its .tif, .tiff and .jfx files in name order, no
-// others and no subfolders; each gets its line, in that order.
+// The real program on a folder: it stands for its .tif, .tiff and .jfx files
+// in name order, no others and no subfolders, each with its line; exit 0 and
+// a quiet stderr when it is not a terminal.
 TEST(CliEqualize, FolderLinesAndExitCode) {
     CliRig rig;
     rig.AddSubject("b.TIFF", BuildTiff(Scene(16, false)).bytes);
@@ -33,11 +34,16 @@ TEST(CliEqualize, FolderLinesAndExitCode) {
     rig.AddSubject("c.jfx", BuildTiff(Scene()).bytes);
     rig.AddSubject("e.png", BuildTiff(Scene()).bytes);
     std::filesystem::create_directories(rig.dir.Path() / "subjects" / "f.tif");
-    const CliRun o = rig.Run({rig.dir / "subjects"});
-    EXPECT_EQ(o.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\nb.TIFF: written " +
-                         rig.OutputPath("b_eq.tif") + "\nc.jfx: written " +
-                         rig.OutputPath("c.jfx_eq.tif") + "\n");
-    EXPECT_EQ(o.code, 0) << o.err;
+    std::vector<std::string> argv = rig.Args({rig.dir / "subjects"});
+    argv.insert(argv.begin(), {BRISAVANE_CLI, "equalize"});
+    const std::string err = rig.dir / "err";
+    const ChildResult run = RunProgram(
+        argv, [&] { ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO); });
+    EXPECT_EQ(run.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\nb.TIFF: written " +
+                           rig.OutputPath("b_eq.tif") + "\nc.jfx: written " +
+                           rig.OutputPath("c.jfx_eq.tif") + "\n");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(ReadFile(err), "");
     EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 3u);  // the outputs and nothing else
     const CliRun none = Equalize(rig.Args({rig.dir / "subjects"}, "none"));
     EXPECT_EQ(none.code, 2);
@@ -82,21 +88,6 @@ TEST(CliEqualize, JobsKeepOrderAndBytes) {
     for (int k = 0; k < 7; ++k)
         EXPECT_EQ(ReadFile(rig.OutputPath("s" + std::to_string(k) + "_eq.tif")),
                   ExpectedOutput(Scene(16, k % 2 == 0), Card(), target));
-}
-
-// The real program: stdout lines, exit status, and a quiet stderr when it is
-// not a terminal.
-TEST(CliEqualize, ProgramExitsWithZero) {
-    CliRig rig;
-    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
-    std::vector<std::string> argv = rig.Args({rig.SubjectPath("a.tif")});
-    argv.insert(argv.begin(), {BRISAVANE_CLI, "equalize"});
-    const std::string err = rig.dir / "err";
-    const ChildResult run = RunProgram(
-        argv, [&] { ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO); });
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "a.tif: written " + rig.OutputPath("a_eq.tif") + "\n");
-    EXPECT_EQ(ReadFile(err), "");
 }
 
 // Writing into the subjects' own folder: an output whose name is another
