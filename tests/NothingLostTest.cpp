@@ -64,11 +64,10 @@ TEST_P(NothingLost, SubjectsKeepEveryByte) {
 
     rig.Press(outputs);
 
-    const auto after = HashFolder(subjects);
-    for (const auto& [name, hash] : before) EXPECT_EQ(after.at(name), hash) << name;
-    if (!sameFolder) {
-        EXPECT_EQ(after, before);
-    }
+    auto after = HashFolder(subjects);
+    if (sameFolder)
+        std::erase_if(after, [&](const auto& file) { return !before.contains(file.first); });
+    EXPECT_EQ(after, before);
     const std::string a = ReadFile((outputs / "a_eq.tif").string());
     EXPECT_EQ(a, ExpectedOutput(Subject(16, true), Card(), Card().pixel(0, 0).g));
     const bool completed = ending == Ending::Completed;

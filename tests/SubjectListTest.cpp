@@ -1,10 +1,8 @@
 #include <QCheckBox>
 #include <QLabel>
-#include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
 
-#include "FileTypes.h"
 #include "WindowFixture.h"
 
 namespace {
@@ -38,8 +36,7 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     EXPECT_EQ(Names(), (std::vector<std::string>{"a.tif", "b.TIFF", "c.jfx", "e.tif"}));
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>(5, ""));
     EXPECT_FALSE(State().EqualizationCompleted);
-    EXPECT_EQ(Get<QLabel>("TxtResult")->text(), "");
-    EXPECT_EQ(Get<QLabel>("TxtSubjectFolder")->text(), "shoot");
+    EXPECT_EQ(Texts({"TxtResult", "TxtSubjectFolder"}), "\nshoot\n");
     for (int row = 0; row < list->rowCount(); ++row) EXPECT_FALSE(win->Ticked(row));
     // A cancelled dialog forgets the folder but keeps the list.
     ChooseSubjects("");
@@ -53,48 +50,38 @@ TEST_F(SubjectListTest, ChoosingAFolderListsItsTiffsOnly) {
     EXPECT_EQ(State().ErrorMessages, std::vector<std::string>{""});
 }
 
-TEST_F(SubjectListTest, ClicksOnTheTickBoxesDecideSubjectSelectedAndTheProcessButton) {
+// Each click on a row's tick box or on Select All, and what the list, the
+// caption, SubjectSelected and the Process button show after it.
+TEST_F(SubjectListTest, TickBoxesAndSelectAllDecideTheProcessButton) {
     Show();
-    ChooseSubjects(MixedFolder());
-    State().WhiteOpened = true;
-    struct Step {
-        int row;
-        bool ticked;
-        bool selected;
-    };
-    const Step steps[] = {{3, true, true}, {0, true, true}, {0, false, true}, {3, false, false}};
-    for (const Step& s : steps) {
-        ClickCell(s.row, 1);
-        EXPECT_EQ(win->Ticked(s.row), s.ticked);
-        EXPECT_EQ(State().SubjectSelected, s.selected) << s.row << s.ticked;
-        EXPECT_EQ(Get("BtnProcess")->isEnabled(), s.selected);
-    }
-}
-
-TEST_F(SubjectListTest, SelectAllTicksAndUnticksEveryRow) {
-    auto* box = Get<QCheckBox>("ChkSelectAll");
-    QTest::mouseClick(box, Qt::LeftButton);  // an empty list still flips the caption
-    EXPECT_EQ(box->text(), "Unselect All");
+    Click("ChkSelectAll");  // an empty list still flips the caption
+    EXPECT_EQ(Texts({"ChkSelectAll"}), "Unselect All\n");
     EXPECT_FALSE(State().SubjectSelected);
-    QTest::mouseClick(box, Qt::LeftButton);
+    Click("ChkSelectAll");
     ChooseSubjects(MixedFolder());
     State().WhiteOpened = true;
     struct Step {
-        bool ticked;
+        int row;  // -1: Select All
+        const char* ticks;
         const char* caption;
     };
-    for (const Step& s : {Step{true, "Unselect All"}, Step{false, "Select All"}}) {
-        QTest::mouseClick(box, Qt::LeftButton);
-        EXPECT_EQ(box->text(), s.caption);
-        for (int row = 0; row < list->rowCount(); ++row)
-            EXPECT_EQ(win->Ticked(row), s.ticked) << row;
-        EXPECT_EQ(State().SubjectSelected, s.ticked);
-        EXPECT_EQ(Get<QPushButton>("BtnProcess")->isEnabled(), s.ticked);
+    const Step steps[] = {{3, "0001", "Select All"},    {0, "1001", "Select All"},
+                          {0, "0001", "Select All"},    {3, "0000", "Select All"},
+                          {-1, "1111", "Unselect All"}, {-1, "0000", "Select All"},
+                          {1, "0100", "Select All"}};  // a single tick leaves the box as it is
+    for (const Step& s : steps) {
+        if (s.row < 0)
+            Click("ChkSelectAll");
+        else
+            ClickCell(s.row, 1);
+        std::string ticks;
+        for (int row = 0; row < list->rowCount(); ++row) ticks += win->Ticked(row) ? '1' : '0';
+        const bool selected = ticks.find('1') != std::string::npos;
+        EXPECT_EQ(ticks + " " + Texts({"ChkSelectAll"}),
+                  s.ticks + std::string(" ") + s.caption + "\n");
+        EXPECT_EQ(State().SubjectSelected, selected) << s.row << s.ticks;
+        EXPECT_EQ(Get("BtnProcess")->isEnabled(), selected);
     }
-    // A single tick leaves the box as it is.
-    list->item(1, 1)->setCheckState(Qt::Checked);
-    EXPECT_FALSE(box->isChecked());
-    EXPECT_EQ(box->text(), "Select All");
 }
 
 TEST_F(SubjectListTest, ARowShowsItsMessageOnlyAfterABatch) {
@@ -122,17 +109,4 @@ TEST_F(SubjectListTest, RowsOutsideTheListAreNoneAndAMarkIsNoTick) {
     EXPECT_FALSE(State().SubjectSelected);
 }
 
-// The first type a name matches decides, whatever the case of its extension.
-TEST(FileTypesTest, TypeOfNamesTheFirstMatchingType) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"chart.tif", "image/tiff"}, {"CHART.TIF", "image/tiff"},
-        {"old.jfx", "image/tiff"},   {"notes.txt", "text"},
-        {"card.tif.bak", ""},        {"tif", ""},
-        {"chart.tifx", ""},          {"", ""},
-    };
-    for (const auto& [file, type] : cases)
-        EXPECT_EQ(FileTypes::Instance().TypeOf(file), type) << file;
-    EXPECT_EQ(FileTypes::Instance().Find("image/tiff")->Name, "image/tiff");
-    EXPECT_EQ(FileTypes::Instance().Find("image/png"), nullptr);
-}
 }  // namespace

@@ -27,6 +27,14 @@ class WindowFixture : public ::testing::Test {
         return control;
     }
     WindowState& State() { return win->State(); }
+    // The texts of the named labels, fields and buttons, one a line, for a
+    // whole-window check in one comparison.
+    std::string Texts(std::initializer_list<const char*> names) {
+        std::string all;
+        for (const char* name : names)
+            all += Get(name)->property("text").toString().toStdString() + "\n";
+        return all;
+    }
 
     void Show() {
         win->show();

@@ -8,25 +8,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
 // Writes that would reach past `bytes` into any file fail with EFBIG instead
-// of killing the process. Only the soft limit moves, so it can be lifted.
+// of killing the process. Only the soft limit moves, so RLIM_INFINITY lifts it.
 inline void LimitFileSize(rlim_t bytes) {
     ::signal(SIGXFSZ, SIG_IGN);
     struct rlimit limit {};
     ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-}
-
-inline void LiftFileSizeLimit() {
-    struct rlimit limit {};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = limit.rlim_max;
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
