@@ -44,10 +44,6 @@ struct CardRefusal {
     const char* cli;     // nullptr: libtiff reads it, so the command line takes it
 };
 
-void PrintTo(const CardRefusal& c, std::ostream* os) {
-    *os << c.label;
-}
-
 constexpr const char* kOneStrip = "Error: The white card image must be in one contiguous strip";
 constexpr const char* kUnopened = "Error: The white card file can't be opened: ";
 
@@ -126,21 +122,21 @@ INSTANTIATE_TEST_SUITE_P(Files, CardRefused, ::testing::ValuesIn(CardRefusals())
 // their buffers (the sanitized build checks every access), the file is
 // finished with Check, every byte outside the pixel rows is the subject's;
 // the command line, which judges them by libtiff's reading, changes no subject.
+struct Side {
+    int bits;
+    std::uint32_t samples;
+    bool little;
+};
 struct PixelSizeCase {
     const char* label;
-    int subjectBits;
-    std::uint32_t subjectSamples;
-    bool subjectLittle;
-    int whiteBits;
-    std::uint32_t whiteSamples;
-    bool whiteLittle;
+    Side subject, white;
 };
 
 // A single bits-per-sample value sits in its entry, where the reader never
 // looks, so a one-sample file is little-endian to be read as one sample.
-TiffSpec OddSpec(int bits, std::uint32_t samples, bool little, std::uint16_t base) {
-    TiffSpec s = testing_tiff::SpecOf(6, 4, bits, little);
-    s.samples = samples;
+TiffSpec OddSpec(Side side, std::uint16_t base) {
+    TiffSpec s = testing_tiff::SpecOf(6, 4, side.bits, side.little);
+    s.samples = side.samples;
     s.pixel = [base](std::uint32_t x, std::uint32_t y) {
         return testing_tiff::Rgb{static_cast<std::uint16_t>(base + 9 * x),
                                  static_cast<std::uint16_t>(base + 5 * y + x),
@@ -154,10 +150,9 @@ class OddPixelSize : public ::testing::TestWithParam<PixelSizeCase> {};
 
 TEST_P(OddPixelSize, StaysInsideTheRows) {
     const PixelSizeCase& c = GetParam();
-    const TiffSpec white = OddSpec(c.whiteBits, c.whiteSamples, c.whiteLittle, 150);
-    BatchRig rig(white);
+    BatchRig rig(OddSpec(c.white, 150));
     ASSERT_TRUE(rig.state.Tiffb);
-    const TiffSpec subject = OddSpec(c.subjectBits, c.subjectSamples, c.subjectLittle, 20);
+    const TiffSpec subject = OddSpec(c.subject, 20);
     const std::string bytes = BuildTiff(subject).bytes;
     rig.AddSubject("odd.tif", bytes);
     rig.Press();
@@ -168,7 +163,7 @@ TEST_P(OddPixelSize, StaysInsideTheRows) {
     const std::string output = ReadFile(rig.OutputPath("odd_eq.tif"));
     ASSERT_EQ(output.size(), bytes.size());
     const std::size_t start = BuildTiff(subject).imageOffset;
-    const std::size_t rows = 4 * 6 * (c.subjectBits * c.subjectSamples / 8);
+    const std::size_t rows = 4 * 6 * (c.subject.bits * c.subject.samples / 8);
     EXPECT_EQ(output.substr(0, start), bytes.substr(0, start));
     EXPECT_EQ(output.substr(start + rows), bytes.substr(start + rows));
 
@@ -189,13 +184,13 @@ TEST_P(OddPixelSize, StaysInsideTheRows) {
 
 INSTANTIATE_TEST_SUITE_P(
     Sizes, OddPixelSize,
-    ::testing::Values(PixelSizeCase{"One", 8, 1, true, 16, 3, false},
-                      PixelSizeCase{"TwoWithOneByteCard", 16, 1, true, 8, 1, true},
-                      PixelSizeCase{"Four", 8, 4, false, 8, 3, true},
-                      PixelSizeCase{"FiveWithEightByteCard", 8, 5, true, 16, 4, false},
-                      PixelSizeCase{"EightWithThreeByteCard", 16, 4, false, 8, 3, true},
-                      PixelSizeCase{"TenWithSixByteCard", 16, 5, true, 16, 3, false},
-                      PixelSizeCase{"ThreeWithTenByteCard", 8, 3, false, 16, 5, true}),
+    ::testing::Values(PixelSizeCase{"One", {8, 1, true}, {16, 3, false}},
+                      PixelSizeCase{"TwoWithOneByteCard", {16, 1, true}, {8, 1, true}},
+                      PixelSizeCase{"Four", {8, 4, false}, {8, 3, true}},
+                      PixelSizeCase{"FiveWithEightByteCard", {8, 5, true}, {16, 4, false}},
+                      PixelSizeCase{"EightWithThreeByteCard", {16, 4, false}, {8, 3, true}},
+                      PixelSizeCase{"TenWithSixByteCard", {16, 5, true}, {16, 3, false}},
+                      PixelSizeCase{"ThreeWithTenByteCard", {8, 3, false}, {16, 5, true}}),
     [](const auto& info) { return std::string(info.param.label); });
 
 }  // namespace

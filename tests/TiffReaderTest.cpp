@@ -12,11 +12,6 @@ using namespace testing_tiff;
 
 namespace {
 
-OpenedTiff OpenBytes(const TempFolder& folder, const std::string& bytes) {
-    WriteFile(folder / "image.tif", bytes);
-    return OpenTiff(folder / "image.tif");
-}
-
 // Parses a built image that must be accepted.
 std::shared_ptr<TiffFile> Accepted(const TiffSpec& image) {
     TempFolder folder;
@@ -41,7 +36,8 @@ TEST_P(Refusal, GivesTheWordsAndClosesTheStream) {
     std::string bytes = BuildTiff(image).bytes;
     if (c.breakMagic) bytes[3] = 43;
     TempFolder folder;
-    const OpenedTiff o = OpenBytes(folder, bytes);
+    WriteFile(folder / "image.tif", bytes);
+    const OpenedTiff o = OpenTiff(folder / "image.tif");
     EXPECT_TRUE(o.failed);
     EXPECT_EQ(o.tiff->errstr, c.words);
     ASSERT_TRUE(o.tiff->imagefile);
@@ -91,8 +87,6 @@ INSTANTIATE_TEST_SUITE_P(
                   &TiffFile::ImageWidth, 6},
         FieldCase{"profile_length_is_count", Tagged({{34675, 7, 560, 1234}}),
                   &TiffFile::ProfileLength, 560},
-        FieldCase{"profile_offset_32_bits", Tagged({{34675, 7, 560, 0x00100002}}),
-                  &TiffFile::ProfileOffset, 0x00100002},
         FieldCase{"rows_per_strip_all", Tagged({{278, 4, 1, 4294967295u}}), &TiffFile::RowsPerStrip,
                   4294967295LL},
         FieldCase{"no_rows_per_strip", Tagged({}, true, 8, -2), &TiffFile::RowsPerStrip, 0},
@@ -112,7 +106,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(TiffReader, FilesCutInTheirHeaderAreReadSafely) {
     const std::string whole = BuildTiff(TiffSpec{}).bytes;
     TempFolder folder;
-    for (std::size_t cut : {3, 9, 50}) EXPECT_NO_THROW(OpenBytes(folder, whole.substr(0, cut)));
+    for (std::size_t cut : {3, 9, 50}) {
+        WriteFile(folder / "image.tif", whole.substr(0, cut));
+        EXPECT_NO_THROW(OpenTiff(folder / "image.tif"));
+    }
 }
 
 // Rows handed over from bands are the rows a read into a buffer gives: across
