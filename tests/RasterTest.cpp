@@ -47,45 +47,36 @@ TEST(ReadProfile, LoadsOnlyAProfileInsideTheFile) {
     EXPECT_EQ(BlockBytes(*withProfile->profileBuffer), image.profile);
 }
 
-struct PixelCase {
-    const char* name;
-    std::uint16_t bits;
-    bool bigEndian;
-    std::int64_t interpretation;
-    std::size_t pixel;                     // which of the 3 x 2 pixels holds the samples
-    std::array<std::uint16_t, 3> samples;  // in the host's order
-    std::int64_t x, y;
-    std::array<double, 3> expected;
-};
-
-class GetTIFFPixelTest : public ::testing::TestWithParam<PixelCase> {};
-
-TEST_P(GetTIFFPixelTest, ReadsScalesAndClamps) {
-    const PixelCase c = GetParam();
-    TempFolder folder;
-    LibtiffImage image = PatternImage(3, 2, c.bits);
-    for (std::size_t k = 0, width = c.bits / 8; k < 3; ++k)  // low byte first
-        std::memcpy(&image.pixels[(c.pixel * 3 + k) * width], &c.samples[k], width);
-    image.bigEndian = c.bigEndian;
-    WriteWithLibtiff(folder / "in.tif", image);
-    const auto tiff = Opened(folder / "in.tif");
-    tiff->Interpretation = c.interpretation;
-    std::array<double, 3> got{};
-    tiff->GetTIFFPixel(c.x, c.y, got[0], got[1], got[2]);
-    EXPECT_EQ(got, c.expected);
-}
-
 // Past the edges the last column and row are read; Lab levels are scaled and
 // their a and b read as signed.
-INSTANTIATE_TEST_SUITE_P(
-    Pixels, GetTIFFPixelTest,
-    ::testing::Values(
-        PixelCase{"Rgb8PastBoth", 8, false, 2, 5, {10, 200, 255}, 99, 99, {10, 200, 255}},
-        PixelCase{"Lab8AtTheEdge", 8, true, 8, 5, {255, 127, 128}, 3, 2, {100, 127, -128}},
-        PixelCase{"Rgb16Big", 16, true, 2, 1, {1, 0x1234, 65535}, 1, 0, {1, 0x1234, 65535}},
-        PixelCase{"Lab16PastX", 16, false, 8, 5, {65535, 256, 0xFF00}, 5, 1, {100, 1, -1}},
-        PixelCase{"Lab16Big", 16, true, 8, 3, {0, 0x8000, 0x7FFF}, 0, 1, {0, -128, 127.99609375}}),
-    [](const auto& info) { return std::string(info.param.name); });
+TEST(GetTIFFPixel, ReadsScalesAndClamps) {
+    struct {
+        std::uint16_t bits;
+        bool bigEndian;
+        std::int64_t interpretation;
+        std::size_t pixel;                     // which of the 3 x 2 pixels holds the samples
+        std::array<std::uint16_t, 3> samples;  // in the host's order
+        std::int64_t x, y;
+        std::array<double, 3> expected;
+    } const cases[] = {{8, false, 2, 5, {10, 200, 255}, 99, 99, {10, 200, 255}},
+                       {8, true, 8, 5, {255, 127, 128}, 3, 2, {100, 127, -128}},
+                       {16, true, 2, 1, {1, 0x1234, 65535}, 1, 0, {1, 0x1234, 65535}},
+                       {16, false, 8, 5, {65535, 256, 0xFF00}, 5, 1, {100, 1, -1}},
+                       {16, true, 8, 3, {0, 0x8000, 0x7FFF}, 0, 1, {0, -128, 127.99609375}}};
+    TempFolder folder;
+    for (const auto& c : cases) {
+        LibtiffImage image = PatternImage(3, 2, c.bits);
+        for (std::size_t k = 0, width = c.bits / 8; k < 3; ++k)  // low byte first
+            std::memcpy(&image.pixels[(c.pixel * 3 + k) * width], &c.samples[k], width);
+        image.bigEndian = c.bigEndian;
+        WriteWithLibtiff(folder / "in.tif", image);
+        const auto tiff = Opened(folder / "in.tif");
+        tiff->Interpretation = c.interpretation;
+        std::array<double, 3> got{};
+        tiff->GetTIFFPixel(c.x, c.y, got[0], got[1], got[2]);
+        EXPECT_EQ(got, c.expected) << c.bits << " bits, " << c.x << "," << c.y;
+    }
+}
 
 // Display levels worked out apart from this code, by hand and in a separate script.
 TEST(LabToRGB, GivesDisplayLevels) {
