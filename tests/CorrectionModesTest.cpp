@@ -233,10 +233,7 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     const std::string card = make("card.tif", 6, 16, ""), small = make("small.tif", 5, 16, ""),
                       eight = make("eight.tif", 6, 8, ""), subject = make("subject.tif", 6, 16, ""),
                       srgb = make("srgb.tif", 6, 16, Profile("srgb")),
-                      broken = make("broken.tif", 6, 16,
-                                    std::string("\0\0\0\x0c"
-                                                "acspICC!",
-                                                12));
+                      broken = make("broken.tif", 6, 16, std::string(3, '\0') + "\facspICC!");
     const std::tuple<std::vector<std::string>, int, std::string> kRows[] = {
         {{card, "--white", small, subject}, 2, "small.tif is 5x4 16-bit, not 6x4 16-bit"},
         {{card, "--dark", small, subject}, 2, "the dark frame " + small + " is 5x4 16-bit"},
