@@ -127,11 +127,6 @@ struct Side {
     std::uint32_t samples;
     bool little;
 };
-struct PixelSizeCase {
-    const char* label;
-    Side subject, white;
-};
-
 // A single bits-per-sample value sits in its entry, where the reader never
 // looks, so a one-sample file is little-endian to be read as one sample.
 TiffSpec OddSpec(Side side, std::uint16_t base) {
@@ -146,51 +141,47 @@ TiffSpec OddSpec(Side side, std::uint16_t base) {
     return s;
 }
 
-class OddPixelSize : public ::testing::TestWithParam<PixelSizeCase> {};
+// Subjects of 1, 2, 4, 5, 8, 10 and 3 bytes a pixel with cards of 6, 1, 3, 8,
+// 3, 6 and 10.
+TEST(OddPixelSize, StaysInsideTheRows) {
+    const Side sides[][2] = {{{8, 1, true}, {16, 3, false}}, {{16, 1, true}, {8, 1, true}},
+                             {{8, 4, false}, {8, 3, true}},  {{8, 5, true}, {16, 4, false}},
+                             {{16, 4, false}, {8, 3, true}}, {{16, 5, true}, {16, 3, false}},
+                             {{8, 3, false}, {16, 5, true}}};
+    for (const auto& [subjectSide, white] : sides) {
+        SCOPED_TRACE(::testing::Message() << subjectSide.bits << " x " << subjectSide.samples
+                                          << " with " << white.bits << " x " << white.samples);
+        BatchRig rig(OddSpec(white, 150));
+        ASSERT_TRUE(rig.state.Tiffb);
+        const TiffSpec subject = OddSpec(subjectSide, 20);
+        const std::string bytes = BuildTiff(subject).bytes;
+        rig.AddSubject("odd.tif", bytes);
+        rig.Press();
+        ASSERT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}))
+            << rig.Message(0);
+        EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
 
-TEST_P(OddPixelSize, StaysInsideTheRows) {
-    const PixelSizeCase& c = GetParam();
-    BatchRig rig(OddSpec(c.white, 150));
-    ASSERT_TRUE(rig.state.Tiffb);
-    const TiffSpec subject = OddSpec(c.subject, 20);
-    const std::string bytes = BuildTiff(subject).bytes;
-    rig.AddSubject("odd.tif", bytes);
-    rig.Press();
-    ASSERT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}))
-        << rig.Message(0);
-    EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
+        const std::string output = ReadFile(rig.OutputPath("odd_eq.tif"));
+        ASSERT_EQ(output.size(), bytes.size());
+        const std::size_t start = BuildTiff(subject).imageOffset;
+        const std::size_t rows = 4 * 6 * (subjectSide.bits * subjectSide.samples / 8);
+        EXPECT_EQ(output.substr(0, start), bytes.substr(0, start));
+        EXPECT_EQ(output.substr(start + rows), bytes.substr(start + rows));
 
-    const std::string output = ReadFile(rig.OutputPath("odd_eq.tif"));
-    ASSERT_EQ(output.size(), bytes.size());
-    const std::size_t start = BuildTiff(subject).imageOffset;
-    const std::size_t rows = 4 * 6 * (c.subject.bits * c.subject.samples / 8);
-    EXPECT_EQ(output.substr(0, start), bytes.substr(0, start));
-    EXPECT_EQ(output.substr(start + rows), bytes.substr(start + rows));
+        std::filesystem::create_directories(rig.dir.Path() / "cli");
+        Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
+                  rig.SubjectPath("odd.tif")});
+        EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
 
-    std::filesystem::create_directories(rig.dir.Path() / "cli");
-    Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "cli",
-              rig.SubjectPath("odd.tif")});
-    EXPECT_EQ(ReadFile(rig.SubjectPath("odd.tif")), bytes);
-
-    // The same file as a white card in the window, with preview and tone map.
-    WindowState state;
-    FakeWhiteCardHost host;
-    host.dialogs.openAnswers.push_back(rig.SubjectPath("odd.tif"));
-    OpenWhiteCard(state, host);
-    EXPECT_TRUE(state.WhiteOpened);
-    ASSERT_TRUE(state.ptone);
-    EXPECT_EQ(state.ptone->Width(), 6);
+        // The same file as a white card in the window, with preview and tone map.
+        WindowState state;
+        FakeWhiteCardHost host;
+        host.dialogs.openAnswers.push_back(rig.SubjectPath("odd.tif"));
+        OpenWhiteCard(state, host);
+        EXPECT_TRUE(state.WhiteOpened);
+        ASSERT_TRUE(state.ptone);
+        EXPECT_EQ(state.ptone->Width(), 6);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Sizes, OddPixelSize,
-    ::testing::Values(PixelSizeCase{"One", {8, 1, true}, {16, 3, false}},
-                      PixelSizeCase{"TwoWithOneByteCard", {16, 1, true}, {8, 1, true}},
-                      PixelSizeCase{"Four", {8, 4, false}, {8, 3, true}},
-                      PixelSizeCase{"FiveWithEightByteCard", {8, 5, true}, {16, 4, false}},
-                      PixelSizeCase{"EightWithThreeByteCard", {16, 4, false}, {8, 3, true}},
-                      PixelSizeCase{"TenWithSixByteCard", {16, 5, true}, {16, 3, false}},
-                      PixelSizeCase{"ThreeWithTenByteCard", {8, 3, false}, {16, 5, true}}),
-    [](const auto& info) { return std::string(info.param.label); });
 
 }  // namespace
