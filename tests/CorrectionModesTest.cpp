@@ -233,10 +233,7 @@ TEST(CorrectionModesRefusals, SayWhyAndWriteNothing) {
     const std::string card = make("card.tif", 6, 16, ""), small = make("small.tif", 5, 16, ""),
                       eight = make("eight.tif", 6, 8, ""), subject = make("subject.tif", 6, 16, ""),
                       srgb = make("srgb.tif", 6, 16, Profile("srgb")),
-                      broken = make("broken.tif", 6, 16,
-                                    std::string("\0\0\0\x0c"
-                                                "acspICC!",
-                                                12));
+                      broken = make("broken.tif", 6, 16, std::string(3, '\0') + "\facspICC!");
     const std::tuple<std::vector<std::string>, int, std::string> kRows[] = {
         {{card, "--white", small, subject}, 2, "small.tif is 5x4 16-bit, not 6x4 16-bit"},
         {{card, "--dark", small, subject}, 2, "the dark frame " + small + " is 5x4 16-bit"},
@@ -270,28 +267,23 @@ TEST(CorrectionModesDark, TiledSubjectTakesItsOwnRowsOfTheDarkFrame) {
         testing_tiff::WriteTiff(dir / name, image);
         return (dir / name).string();
     };
-    const std::string card =
-        make("card.tif", [](auto x, auto y) { return Of(60000 - x * 9, 50000 - y * 9, 40000); });
-    const std::string dark =
-        make("dark.tif", [](auto x, auto y) { return Of(x * 3, y * 5, (x + y) % 700); });
+    const auto tiffcp = [&](const std::string& options, const std::string& from, const char* to) {
+        ASSERT_EQ(
+            std::system(("tiffcp " + options + " " + from + " " + (dir / to).string()).c_str()), 0);
+    };
     const std::string plain =
         make("plain.tif", [](auto x, auto y) { return Of(x * 99, y * 50, 20000); });
-    ASSERT_EQ(std::system(
-                  ("tiffcp -t -w 16 -l 16 " + plain + " " + (dir / "tiled.tif").string()).c_str()),
-              0);
+    tiffcp("-t -w 16 -l 16", plain, "tiled.tif");
     fs::create_directories(dir / "out");
-    std::ostringstream out, err;
-    ASSERT_EQ(RunEqualize({"--white", card, "--dark", dark, "--output", dir / "out", plain,
-                           dir / "tiled.tif"},
-                          out, err, nullptr),
-              0)
-        << out.str() << err.str();
-    const std::string strips = dir / "strips.tif";
-    ASSERT_EQ(
-        std::system(
-            ("tiffcp -s -r 640 " + (dir / "out/tiled_eq.tif").string() + " " + strips).c_str()),
-        0);
-    EXPECT_EQ(ReadWithLibtiff(strips).pixels, ReadWithLibtiff(dir / "out/plain_eq.tif").pixels);
+    const CliRun run = Equalize(
+        {"--white",
+         make("card.tif", [](auto x, auto y) { return Of(60000 - x * 9, 50000 - y * 9, 40000); }),
+         "--dark", make("dark.tif", [](auto x, auto y) { return Of(x * 3, y * 5, (x + y) % 700); }),
+         "--output", dir / "out", plain, dir / "tiled.tif"});
+    ASSERT_EQ(run.code, 0) << run.out << run.err;
+    tiffcp("-s -r 640", dir / "out/tiled_eq.tif", "strips.tif");
+    EXPECT_EQ(ReadWithLibtiff(dir / "strips.tif").pixels,
+              ReadWithLibtiff(dir / "out/plain_eq.tif").pixels);
 }
 
 // A subject alone, where a core is free for a second thread (which takes half
@@ -315,9 +307,9 @@ TEST(CorrectionModesSecondThread, GivesTheBytesOfOneThread) {
                 modes,     "--jobs",         "2",          "--output", folder};
             for (const char name : subjects) args.push_back(dir / (name + std::string(".tif")));
             fs::create_directories(folder);
-            std::ostringstream out, err;
-            ASSERT_EQ(RunEqualize(args, out, err, nullptr), 0) << out.str() << err.str();
-            const std::string line = out.str().substr(0, out.str().find('\n'));
+            const CliRun run = Equalize(args);
+            ASSERT_EQ(run.code, 0) << run.out << run.err;
+            const std::string line = run.out.substr(0, run.out.find('\n'));
             notes[subjects.size() - 1] = line.substr(line.find(" (gain capped"));
         }
         EXPECT_EQ(notes[0], notes[1]) << modes;

@@ -34,21 +34,19 @@ inline std::vector<std::uint8_t> PatternBytes(std::size_t count, unsigned seed =
 }
 
 inline LibtiffImage PatternImage(std::uint32_t width, std::uint32_t height, std::uint16_t bits) {
-    LibtiffImage image;
-    image.width = width;
-    image.height = height;
-    image.bits = bits;
-    image.pixels = PatternBytes(std::size_t{width} * height * 3 * (bits / 8));
-    return image;
+    return {width,
+            height,
+            bits,
+            3,
+            PHOTOMETRIC_RGB,
+            false,
+            PatternBytes(std::size_t{width} * height * 3 * (bits / 8))};
 }
 
 // An RGB image from its samples, row by row.
 inline LibtiffImage ImageOfSamples(std::uint32_t width, std::uint32_t height, std::uint16_t bits,
                                    const std::vector<std::uint16_t>& samples) {
-    LibtiffImage image;
-    image.width = width;
-    image.height = height;
-    image.bits = bits;
+    LibtiffImage image{width, height, bits};
     for (std::uint16_t v : samples) {
         const auto* raw = reinterpret_cast<const std::uint8_t*>(&v);  // host order
         image.pixels.insert(image.pixels.end(), raw, raw + bits / 8);
