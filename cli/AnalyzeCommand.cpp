@@ -1,10 +1,9 @@
 #include "AnalyzeCommand.h"
 
-#include "AnyWhiteCard.h"
 #include "CardReportCommand.h"
+#include "CardSource.h"
 #include "CommandParser.h"
 #include "ExitCodes.h"
-#include "ModeRun.h"
 #include "NumberText.h"
 #include "PngFile.h"
 #include "ToneMap.h"
@@ -59,21 +58,12 @@ struct AnalyzeOptions {
 };
 
 // "Red: maximum 250, minimum 100, brightest at x: 3  y: 0", a line a channel.
-bool WriteChannels(const std::string& card, std::ostream& out, std::ostream& err) {
-    CorrectionModes modes;
-    modes.cards = {card};
-    std::string why;
-    const auto run = ModeRun::Prepare(modes, 1.0, why);
-    if (!run) {
-        err << "brisavane-cli analyze: " << why << "\n";
-        return false;
-    }
-    const CardExtremes& e = run->Extremes();
+void WriteChannels(const CardSource& card, std::ostream& out) {
+    const RowExtremes& e = card.Extremes();
     const char* names[] = {"Red", "Green", "Blue"};
     for (std::size_t c = 0; c < 3; ++c)
         out << names[c] << ": maximum " << CStr(e.max[c]) << ", minimum " << CStr(e.min[c])
             << ", brightest at x: " << e.maxX[c] << "  y: " << e.maxY[c] << "\n";
-    return true;
 }
 
 bool WritePicture(const Picture& picture, const std::string& path, std::ostream& err) {
@@ -84,7 +74,7 @@ bool WritePicture(const Picture& picture, const std::string& path, std::ostream&
 
 // The white card as the window's canvas shows it, at the picture's own size,
 // and its tone map, made from that same preview as the window makes it.
-bool WritePictures(TiffFile& white, const AnalyzeOptions& options, std::ostream& err) {
+bool WritePictures(const CardSource& white, const AnalyzeOptions& options, std::ostream& err) {
     if (options.preview.empty() && options.toneMap.empty()) return true;
     const auto preview = WindowPreview(white);
     if (preview->Width() == 0 || preview->Height() == 0) {
@@ -106,25 +96,20 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
                          "where the brightest lies.",
                          kAnalyzeUsage);
     if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
-    std::string error;
-    bool throughLibtiff = false;
-    const auto white = LoadAnyWhiteCard(options.white, error, throughLibtiff);
+    CorrectionModes modes;
+    modes.cards = {options.white};
+    CardProblem problem;
+    const auto white = CardSource::Open(modes, {}, problem, options.rgb);
     if (!white) {
-        err << error << "\n";
+        err << CardErrorLine("brisavane-cli analyze", problem) << "\n";
         return kExitUnusable;
     }
-    // Previews and reports read the card's one plain strip themselves.
-    if (throughLibtiff &&
-        (!options.preview.empty() || !options.toneMap.empty() || !options.report.folder.empty())) {
-        err << "brisavane-cli analyze: pictures and reports need a card in one uncompressed, "
-               "interleaved strip\n";
-        return kExitUnusable;
-    }
-    out << "Size: " << InfoText(*white) << "\n"
-        << "Maximum: " << MaxValText(*white) << "\n"
-        << "Minimum: " << CStr(white->MinLuminance) << "\n"
-        << "Location: " << MaxLocText(*white) << "\n";
-    if (options.rgb && !WriteChannels(options.white, out, err)) return kExitUnusable;
+    const TiffFile& record = white->Record();
+    out << "Size: " << InfoText(record) << "\n"
+        << "Maximum: " << MaxValText(record) << "\n"
+        << "Minimum: " << CStr(record.MinLuminance) << "\n"
+        << "Location: " << MaxLocText(record) << "\n";
+    if (options.rgb) WriteChannels(*white, out);
     const bool pictures = WritePictures(*white, options, err);
     if (!options.report.folder.empty())
         if (const int code = WriteCardReport(*white, options.report, err)) return code;

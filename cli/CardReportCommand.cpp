@@ -54,7 +54,8 @@ bool UsableFolder(const fs::path& folder) {
 }
 }  // namespace
 
-int WriteCardReport(TiffFile& white, const CardReportRequest& request, std::ostream& err) {
+int WriteCardReport(const CardSource& white, const CardReportRequest& request,
+                    std::ostream& err) {
     const auto format = PrintFormat::Named(request.format);
     const auto amount = PercentText(request.amount);
     if (!format || !amount) {

@@ -61,3 +61,9 @@ std::optional<double> PercentText(const std::string& text) {
         return std::nullopt;
     return value;
 }
+
+std::string CardErrorLine(const std::string& command, const CardProblem& problem) {
+    const bool modes =
+        problem.verdict == CardVerdict::Mismatched || problem.verdict == CardVerdict::NoCurves;
+    return modes ? command + ": " + problem.text : problem.text;
+}

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "CardSource.h"
+
 // A correction amount as typed: a plain decimal number of percent, 0 or more
 // ("12x", "0x10" and " 5" are refused, not read in part or in another base).
 std::optional<double> PercentText(const std::string& text);
@@ -43,3 +45,7 @@ class CommandParser {
 
 // Refuses an empty word where a path is needed.
 CLI::Validator NonEmptyPath();
+
+// The line that says why the white card can't serve: the card's own words,
+// and where those speak of the modes' other files, after the command's name.
+std::string CardErrorLine(const std::string& command, const CardProblem& problem);

@@ -12,19 +12,16 @@
 #include <set>
 #include <thread>
 
-#include "AnyWhiteCard.h"
+#include "CardSource.h"
 #include "CommandParser.h"
-#include "Correction.h"
 #include "EqualizeOptions.h"
 #include "ExitCodes.h"
 #include "JsonResults.h"
-#include "ModeRun.h"
-#include "OutputFileName.h"
+#include "OutputPlan.h"
 #include "ResultLines.h"
 #include "SubjectFiles.h"
 #include "SubjectJob.h"
 #include "TerminalHost.h"
-#include "WhiteCard.h"
 
 namespace {
 using Clock = std::chrono::steady_clock;
@@ -121,41 +118,6 @@ std::size_t CoresToRunOn() {
     return static_cast<std::size_t>(CPU_COUNT(&cores));
 }
 
-std::filesystem::path Resolved(const std::filesystem::path& path) {
-    std::error_code ec;
-    const auto resolved = std::filesystem::weakly_canonical(std::filesystem::absolute(path), ec);
-    return ec ? path : resolved;
-}
-
-// Outputs that would clash are settled before any job starts, so parallel jobs
-// never race for one file: of two subjects with one output name (a.tif and
-// a.tiff) the first one given keeps it, and an output that would replace one
-// of the subjects themselves is never written. With --skip-existing an output
-// already there stands for a subject done by an earlier run.
-void SettleClashes(const std::vector<std::string>& subjects, const FolderItem& folder,
-                   bool skipExisting, SubjectRun& run) {
-    std::set<std::filesystem::path> inputs;
-    for (const std::string& subject : subjects) inputs.insert(Resolved(subject));
-    std::map<std::string, std::string> owners;
-    for (std::size_t k = 0; k < subjects.size(); ++k) {
-        const std::string name = std::filesystem::path(subjects[k]).filename().string();
-        const std::string output = CreateOutputFileName(name);
-        const auto [owner, fresh] = owners.emplace(output, name);
-        const auto target = folder.Child(output);
-        if (!fresh) {
-            run.Settle(k,
-                       SubjectResult::Skipped(name, owner->second + " has the same output name"));
-        } else if (inputs.count(Resolved(folder.Path() / output))) {
-            run.Settle(
-                k, SubjectResult::Skipped(name, "its output would replace the subject " + output));
-        } else if (skipExisting && target && target->Exists()) {
-            SubjectResult done = SubjectResult::Skipped(name, target->NativePath() + " exists");
-            done.done = true;
-            run.Settle(k, std::move(done));
-        }
-    }
-}
-
 // The subjects of --files-from, after those on the command line; false when
 // the list can't be read.
 bool AddListedSubjects(const std::string& list, std::vector<std::string>& subjects) {
@@ -185,15 +147,10 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
                << "\n";
         return kExitUnusable;
     }
-    std::string error;
-    bool throughLibtiff = false;
-    const std::string& card = options.modes.cards.front();
-    const auto white = LoadAnyWhiteCard(card, error, throughLibtiff, options.modes.Off());
-    std::unique_ptr<ModeRun> modes;
-    if (white && !options.modes.Off())
-        modes = ModeRun::Prepare(options.modes, options.amountToApply, error);
-    if (!white || (!options.modes.Off() && !modes)) {
-        io.err << (white ? "brisavane-cli equalize: " : "") << error << "\n";
+    CardProblem problem;
+    const auto white = CardSource::Open(options.modes, {}, problem);
+    if (!white) {
+        io.err << CardErrorLine("brisavane-cli equalize", problem) << "\n";
         return kExitUnusable;
     }
     const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
@@ -203,16 +160,17 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
     }
     const bool spareCore = std::min<std::size_t>(static_cast<std::size_t>(options.jobs),
                                                  subjects.size()) < CoresToRunOn();
-    const JobSettings settings{
-        *white,
-        TargetLevel(white->MaxLuminance, white->MinLuminance, options.amountToApply),
-        *folder,
-        options.overwrite,
-        throughLibtiff ? card : std::string(),
-        modes.get(),
-        spareCore};
+    const CardRun card(white, options.amountToApply);
+    const JobSettings settings{card, *folder, options.overwrite, spareCore};
     SubjectRun run(subjects, settings, io.out, io.terminal, options.json);
-    SettleClashes(subjects, *folder, options.skipExisting, run);
+    const auto settled = SettleOutputs(subjects, *folder, options.skipExisting);
+    for (std::size_t k = 0; k < subjects.size(); ++k) {
+        if (!settled[k]) continue;
+        SubjectResult result = SubjectResult::Skipped(
+            std::filesystem::path(subjects[k]).filename().string(), settled[k]->reason);
+        result.done = settled[k]->done;
+        run.Settle(k, std::move(result));
+    }
     return run.Run(options.jobs) ? kExitOk : kExitSomeFailed;
 }
 }  // namespace

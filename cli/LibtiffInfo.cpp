@@ -54,9 +54,10 @@ bool PrintLibtiffBlock(const std::string& path, std::ostream& out) {
         << "\n  Samples: " << image.samples << " of " << image.bits << " bits, " << image.extras
         << " extra\n  BigTIFF: " << (image.bigTiff ? "yes" : "no")
         << "\n  ByteOrder: " << (image.bigEndian ? "big-endian" : "little-endian")
-        << "\n  Tags: " << TagsPresent(path, image) << "\n  Window: "
-        << (image.OneStripPlain() ? "takes it" : "doesn't take it: not one plain strip")
-        << "\n  CommandLine: " << (unusable.empty() ? "takes it" : "refuses it: " + unusable)
+        << "\n  Tags: " << TagsPresent(path, image) << "\n  Equalized: "
+        << (!unusable.empty()         ? "refused: this is " + unusable
+            : image.OneStripPlain() ? "as one plain strip, streamed where its rows stand"
+                                      : "through libtiff")
         << "\n";
     return true;
 }

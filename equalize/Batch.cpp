@@ -1,7 +1,23 @@
 #include "Batch.h"
 
-#include "Correction.h"
+#include <cctype>
+
 #include "Exceptions.h"
+
+namespace {
+// "this is a JPEG" as a sentence of its own: "This is a JPEG."
+std::string Sentence(std::string text) {
+    if (text.empty()) return text;
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text.back() == '.' ? text : text + ".";
+}
+
+std::string Joined(const std::vector<std::string>& notes) {
+    std::string all;
+    for (const std::string& note : notes) all += (all.empty() ? "" : "; ") + note;
+    return all;
+}
+}  // namespace
 
 // Only the two named failures are answered here; anything else goes on to the
 // caller. Either one ends the batch where it arose, leaving every mark, the
@@ -20,20 +36,11 @@ void Batch::Run() {
     state_.fequal = host_.UserDialogs().SelectFolder("Select the folder for the equalized images");
     const std::shared_ptr<FolderItem> folder = state_.fequal;
     if (!folder) return;
-    white_ = state_.Tiffb;
-    const TiffFile& white = Deref(white_);
-    const double targetLevel =
-        TargetLevel(white.MaxLuminance, white.MinLuminance, state_.AmountToApply);
+    if (!state_.card) throw NilObjectException();
+    card_ = std::make_unique<CardRun>(state_.card, state_.AmountToApply);
     host_.DisableProcess();
-    tiff_ = std::make_shared<TiffFile>();
-    const SubjectSettings settings{white,
-                                   &Deref(white.imagefile),
-                                   targetLevel,
-                                   *folder,
-                                   OutputPlacement::UnderFinalName,
-                                   false,
-                                   0,
-                                   this};
+    const SubjectSettings settings{
+        *card_, *folder, OutputPlacement::UnderFinalName, false, 0, this, false};
     for (std::int64_t row = 0; row <= host_.ListCount() - 1; ++row)
         if (ProcessRow(row, settings) == Next::Stop) break;
     state_.EqualizationCompleted = true;
@@ -41,6 +48,8 @@ void Batch::Run() {
 
 Batch::Next Batch::ProcessRow(std::int64_t row, const SubjectSettings& settings) {
     if (!host_.Ticked(row)) return Next::Row;
+    // Each subject is judged on its own tags.
+    tiff_ = std::make_shared<TiffFile>();
     TiffFile& tiff = *tiff_;
     tiff.fi = GetFolderItem(Deref(state_.fsubject).NativePath() + "/" + host_.FileName(row));
     if (!tiff.fi) throw NilObjectException();
@@ -53,9 +62,13 @@ Batch::Next Batch::ProcessRow(std::int64_t row, const SubjectSettings& settings)
 }
 
 // Files that are missing, not TIFFs, or whose output can't be had or written
-// are passed over without a mark.
+// are passed over without a mark. A note on a written file is its message.
 void Batch::Mark(std::int64_t row, const SubjectReport& report) {
     switch (report.end) {
+        case SubjectEnd::Unusable:
+            host_.SetRowPicture(row, RowMark::Cross);
+            state_.SetErrorMessage(row, Sentence(report.text));
+            return;
         case SubjectEnd::Unfit:
             host_.SetRowPicture(row, RowMark::Cross);
             state_.SetErrorMessage(row, report.text);
@@ -65,6 +78,7 @@ void Batch::Mark(std::int64_t row, const SubjectReport& report) {
             return;
         case SubjectEnd::Written:
             host_.SetRowPicture(row, RowMark::Check);
+            if (!report.notes.empty()) state_.SetErrorMessage(row, Sentence(Joined(report.notes)));
             break;
         case SubjectEnd::WriteFailed:
             MarkWriteProblem(row);

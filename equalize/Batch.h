@@ -24,6 +24,7 @@ class Batch : private SubjectWindow {
 
     void Run();
     Next ProcessRow(std::int64_t row, const SubjectSettings& settings);
+    // The row's message for a file whose pixels weren't written.
     void Mark(std::int64_t row, const SubjectReport& report);
     void MarkWriteProblem(std::int64_t row);
     std::string ErrorText() const { return tiff_ ? tiff_->errstr : std::string(); }
@@ -32,13 +33,14 @@ class Batch : private SubjectWindow {
     void SubjectAccepted(TiffFile& subject) override;
     std::shared_ptr<FolderItem> InsteadOfExisting(const std::string& outputName) override;
     std::shared_ptr<Picture>& ResultPicture() override { return state_.presult; }
+    std::shared_ptr<Picture>& SubjectPicture() override { return state_.psubject; }
+    CanvasSize SubjectRoom() override { return host_.SubjectCanvas(); }
 
     WindowState& state_;
     BatchHost& host_;
-    std::shared_ptr<TiffFile> tiff_;  // the one TiffFile of this press
-    // The white card the target level came from. The window stays live while
-    // the batch runs, and a white card opened meanwhile must not take this
-    // one's open stream away from the file in work, nor change the card the
-    // later files are measured against.
-    std::shared_ptr<TiffFile> white_;
+    std::shared_ptr<TiffFile> tiff_;  // the subject in work
+    // The card of this press, at its amount. The window stays live while the
+    // batch runs, and a white card opened meanwhile must not change the card
+    // the later files are measured against.
+    std::unique_ptr<CardRun> card_;
 };

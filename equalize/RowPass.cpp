@@ -1,29 +1,29 @@
 #include "RowPass.h"
 
-#include "CopyAroundRows.h"
+#include <stdexcept>
+
 #include "Exceptions.h"
+#include "LeftOutCopy.h"
 #include "MemoryBlock.h"
 #include "PreviewGeometry.h"
-#include "RowCorrection.h"
 #include "RowReader.h"
+#include "SubjectCorrection.h"
 
 namespace {
-// The three row buffers, made once for each file.
+// The row buffers, made once for each file.
 struct RowBuffers {
-    explicit RowBuffers(std::size_t length) : subject(length), white(length), output(length) {}
+    explicit RowBuffers(std::size_t length) : subject(length), output(length) {}
     MemoryBlock subject;
-    MemoryBlock white;
     MemoryBlock output;
 };
 
 class FilePass {
   public:
-    FilePass(const RowPassFiles& files, double targetLevel, RowPassHost& host)
+    FilePass(const RowPassFiles& files, RowPassHost& host)
         : files_(files),
           tiff_(files.subject),
           subjectStream_(Deref(tiff_.imagefile)),
           host_(host),
-          targetLevel_(targetLevel),
           // A file with no rows needs no row buffers, whatever its width says.
           layout_(PixelLayout::For(tiff_.BytesPerPixel, subjectStream_.LittleEndian,
                                    tiff_.ImageHeight > 0 ? tiff_.BytesPerRow : 0)),
@@ -33,6 +33,7 @@ class FilePass {
 
   private:
     void SetUp(std::shared_ptr<Picture>& presult);
+    void Correct(std::int64_t y, const std::uint8_t* subject);
     bool Cancelled();
     void Cancel();
     RowPassEnd Finish();
@@ -41,7 +42,6 @@ class FilePass {
     TiffFile& tiff_;
     BinaryStream& subjectStream_;
     RowPassHost& host_;
-    double targetLevel_;
     PixelLayout layout_;
     RowBuffers rows_;
     PreviewGeometry geometry_;
@@ -55,8 +55,8 @@ void FilePass::SetUp(std::shared_ptr<Picture>& presult) {
     host_.SetSubjectStatus("Saving file: " + files_.outputName);
 
     const CanvasSize canvas = host_.ResultCanvas();
-    geometry_ = PreviewGeometry::For(tiff_.ImageWidth, tiff_.ImageHeight, tiff_.BytesPerPixel,
-                                     canvas.width, canvas.height);
+    geometry_ = PreviewGeometry::For(tiff_.ImageWidth, tiff_.ImageHeight, canvas.width,
+                                     canvas.height);
     presult = std::make_shared<Picture>(geometry_.width, geometry_.height, 32);
 }
 
@@ -85,13 +85,20 @@ RowPassEnd FilePass::Finish() {
     return failed ? RowPassEnd::WriteFailed : RowPassEnd::Written;
 }
 
+// The row's whole pixels from the subject's row into the output's.
+void FilePass::Correct(std::int64_t y, const std::uint8_t* subject) {
+    const SampleSpan span{rows_.output.Data(), layout_.pixels,   3,      0, 3,
+                          layout_.sampleBytes, layout_.Swapped(), subject};
+    if (!files_.correction.Correct(static_cast<std::uint32_t>(y), 0, span))
+        throw std::runtime_error("the white card's rows can't be read");
+}
+
 // Rows go to the output at their own places, straight from the row buffer.
 RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
     files_.output.LittleEndian = tiff_.LittleEndian;
     files_.output.SetPosition(tiff_.ImageOffset);
     std::int64_t at = files_.output.Position();
     RowReader subjectRows(subjectStream_, tiff_.ImageOffset, layout_.rowBytes);
-    RowReader whiteRows(files_.white, files_.whiteOffset, layout_.rowBytes);
     SetUp(presult);
     const std::size_t length = layout_.rowBytes;
     Picture& preview = *presult;
@@ -99,22 +106,18 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
     std::int64_t previewRow = 0;
     for (std::int64_t y = 0; y < tiff_.ImageHeight; ++y) {
         const std::uint8_t* subject = subjectRows.Next(rows_.subject);
-        const std::uint8_t* white = files_.corrector ? nullptr : whiteRows.Next(rows_.white);
         const bool sampled = y % geometry_.rowStep == 0;
         if (Cancelled()) {
             Cancel();
             return RowPassEnd::Cancelled;
         }
-        if (files_.corrector)
-            files_.corrector->Correct(static_cast<std::uint32_t>(y), layout_, subject,
-                                      rows_.output.Data());
-        else
-            CorrectRow(layout_, files_.white.LittleEndian, targetLevel_, subject, white,
-                       rows_.output.Data());
+        Correct(y, subject);
         if (sampled && length > 0 && host_.ShowPreviews())
-            SamplePreviewRow(geometry_, layout_, rows_.output.Data(), preview, previewRow);
+            SamplePreviewRow(geometry_, SampleRow::Of(rows_.output.Data(), layout_), 0,
+                             static_cast<std::int64_t>(layout_.pixels), layout_.EightBit(),
+                             preview, previewRow);
         if (files_.output.WriteAt(at, rows_.output.Data(), length) && files_.leftOut)
-            files_.leftOut->RowWritten(y);
+            files_.leftOut->Written(0, at, at + static_cast<std::int64_t>(length));
         at += static_cast<std::int64_t>(length);
         bar.SetValue(static_cast<double>(y));
         bar.Refresh();
@@ -125,7 +128,7 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
 }
 }  // namespace
 
-RowPassEnd RunRowPass(const RowPassFiles& files, double targetLevel, RowPassHost& host,
+RowPassEnd RunRowPass(const RowPassFiles& files, RowPassHost& host,
                       std::shared_ptr<Picture>& presult) {
-    return FilePass(files, targetLevel, host).Run(presult);
+    return FilePass(files, host).Run(presult);
 }

@@ -10,29 +10,16 @@
 #include "RowPassHost.h"
 #include "TiffFile.h"
 
-class RowsLeftOutCopy;
+class LeftOutCopy;
+class SubjectCorrection;
 
-// A correction of one row other than the window's, from the subject row into
-// the output row (both in the file's byte order, rowBytes long); rows come in
-// order. It throws when it can't go on, and the output is then not finished.
-class RowCorrector {
-  public:
-    virtual ~RowCorrector() = default;
-    virtual void Correct(std::uint32_t y, const PixelLayout& subject,
-                         const std::uint8_t* subjectRow, std::uint8_t* out) = 0;
-};
-
-// The three files of one rewrite. The white card comes as a stream and an
-// offset rather than as its TiffFile, so that several rewrites running at once
-// can each read the one analysed white card through a stream of their own.
+// The files of one rewrite of a plain strip and the subject's correction.
 struct RowPassFiles {
-    TiffFile& subject;                   // its imagefile open, in the file's byte order
-    BinaryStream& white;                 // the white card's rows, in its byte order
-    std::int64_t whiteOffset;            // the white card's ImageOffset
-    BinaryStream& output;                // a copy of the subject, open for update
-    std::string outputName;              // for the status line
-    RowCorrector* corrector = nullptr;   // nil: the window's correction with the white card
-    RowsLeftOutCopy* leftOut = nullptr;  // an output copied without its rows, told each row written
+    TiffFile& subject;               // its imagefile open, in the file's byte order
+    BinaryStream& output;            // a copy of the subject, open for update
+    std::string outputName;          // for the status line
+    SubjectCorrection& correction;   // by the run's card
+    LeftOutCopy* leftOut = nullptr;  // an output copied without its rows, told each row written
 };
 
 enum class RowPassEnd {
@@ -43,6 +30,7 @@ enum class RowPassEnd {
 
 // Rewrites the pixel rows of the output in place, row by row in lockstep with
 // the subject and the white card, and draws the result preview on the way into
-// presult. Memory is three row buffers and the preview, whatever the image.
-RowPassEnd RunRowPass(const RowPassFiles& files, double targetLevel, RowPassHost& host,
+// presult. Memory is two row buffers, the card's band and the preview,
+// whatever the image. Throws when the card's rows can't be read.
+RowPassEnd RunRowPass(const RowPassFiles& files, RowPassHost& host,
                       std::shared_ptr<Picture>& presult);

@@ -1,37 +1,37 @@
 #include "SubjectEngine.h"
 
-#include <filesystem>
-#include <system_error>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include "CopyAroundRows.h"
+#include <cstdio>
+
 #include "Exceptions.h"
-#include "HiddenCopy.h"
+#include "LeftOutCopy.h"
+#include "LibtiffRoad.h"
 #include "OutputFileName.h"
 #include "RowPass.h"
-#include "SubjectTest.h"
-#include "TiffOpening.h"
+#include "SubjectJudge.h"
 
 namespace {
-bool SameFile(const FolderItem& a, const FolderItem& b) {
-    std::error_code ec;
-    return std::filesystem::equivalent(a.Path(), b.Path(), ec) && !ec;
+using Verdict = SubjectJudgement::Verdict;
+
+// "gain capped on 1.3 % of pixels", to one decimal.
+std::string CappedNote(std::uint64_t capped, const CardSource& card) {
+    const double pixels = static_cast<double>(card.Width()) * static_cast<double>(card.Height());
+    char share[32];
+    std::snprintf(share, sizeof share, "%.1f", 100.0 * static_cast<double>(capped) / pixels);
+    return std::string("gain capped on ") + share + " % of pixels";
 }
 
-// A pipe, socket or device where the output goes is never opened: writing
-// would wait for a reader, or send the bytes nowhere.
-bool SpecialFile(const FolderItem& item) {
-    using std::filesystem::file_type;
-    std::error_code ec;
-    const file_type type = std::filesystem::status(item.Path(), ec).type();
-    return type == file_type::fifo || type == file_type::socket || type == file_type::character ||
-           type == file_type::block;
-}
-
-// Removes a hidden copy that won't become an output.
-void Discard(const FolderItem& copy) {
-    std::error_code ec;
-    std::filesystem::remove(copy.Path(), ec);
-}
+// A descriptor closed with its owner.
+struct OpenFile {
+    explicit OpenFile(int fd) : fd(fd) {}
+    ~OpenFile() {
+        if (fd >= 0) ::close(fd);
+    }
+    int fd;
+};
 
 class SubjectRoad {
   public:
@@ -42,34 +42,46 @@ class SubjectRoad {
 
   private:
     std::shared_ptr<FolderItem> OutputFor(const FolderItem& subject, SubjectEnd& end);
-    SubjectEnd WriteUnderFinalName(const FolderItem& subject, const FolderItem& output);
+    SubjectEnd Write(const FolderItem& output);
+    SubjectEnd WriteUnderFinalName(const FolderItem& output);
     SubjectEnd WriteBeside(const FolderItem& output);
-    SubjectEnd Rewrite(const FolderItem& copy, const std::string& outputName,
-                       RowsLeftOutCopy* leftOut);
-    BinaryStream* WhiteRows(std::shared_ptr<BinaryStream>& own) const;
+    std::vector<ByteRange> Ranges() const {
+        return judged_.image && judged_.verdict == Verdict::Libtiff ? RewrittenRanges(*judged_.image)
+                                                                    : std::vector{RowsOf(tiff_)};
+    }
+    // The road itself, into a copy made around the pixels.
+    SubjectEnd Rewrite(int fd, const FolderItem& copy, const std::string& outputName,
+                       LeftOutCopy* leftOut);
+    SubjectEnd ThroughLibtiff(int fd, const std::string& outputName, LeftOutCopy* leftOut);
     void EndRow();
 
     TiffFile& tiff_;
     const SubjectSettings& settings_;
     RowPassHost& host_;
+    SubjectJudgement judged_;
+    std::unique_ptr<SubjectCorrection> correction_;
+    std::string problem_;
+    bool droppedLayers_ = false;
 };
 
 SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
-    switch (OpenTiffFile(tiff_, std::move(subjectFile))) {
-        case TiffOpening::Missing:
+    judged_ = JudgeSubject(tiff_, std::move(subjectFile), settings_.card.Card());
+    switch (judged_.verdict) {
+        case Verdict::Missing:
             return SubjectReport(SubjectEnd::Missing);
-        case TiffOpening::Unopenable:
+        case Verdict::Unopenable:
             return SubjectReport(SubjectEnd::Unopenable);
-        case TiffOpening::Refused:
-            return SubjectReport(SubjectEnd::Refused, tiff_.errstr);
+        case Verdict::Refused:
+            return SubjectReport(SubjectEnd::Refused, judged_.text);
         default:
             break;
     }
     SubjectWindow* window = settings_.window;
     if (window) window->SubjectOpened();
-    const std::string refusal = SubjectRefusalText(settings_.white, tiff_);
-    if (!refusal.empty()) return SubjectReport(SubjectEnd::Unfit, refusal);
-    if (window) window->SubjectAccepted(tiff_);
+    if (judged_.verdict == Verdict::Unusable)
+        return SubjectReport(SubjectEnd::Unusable, judged_.text);
+    if (judged_.verdict == Verdict::Unfit) return SubjectReport(SubjectEnd::Unfit, judged_.text);
+    if (window && judged_.verdict == Verdict::OneStrip) window->SubjectAccepted(tiff_);
 
     const FolderItem& subject = *tiff_.fi;
     SubjectReport report(SubjectEnd::Written);
@@ -83,10 +95,15 @@ SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
         report.end = SubjectEnd::IsSubject;
     else if (SpecialFile(output))
         report.end = SubjectEnd::NotWriteable;
-    else if (settings_.placement == OutputPlacement::UnderFinalName)
-        report.end = WriteUnderFinalName(subject, output);
     else
-        report.end = WriteBeside(output);
+        report.end = Write(output);
+    report.text = problem_;
+    if (correction_) report.figures = correction_->Figures();
+    if (report.end == SubjectEnd::Written) {
+        if (droppedLayers_) report.notes.push_back("Photoshop layer data removed");
+        if (report.figures.cappedPixels > 0)
+            report.notes.push_back(CappedNote(report.figures.cappedPixels, settings_.card.Card()));
+    }
     return report;
 }
 
@@ -112,70 +129,85 @@ std::shared_ptr<FolderItem> SubjectRoad::OutputFor(const FolderItem& subject, Su
     return output;
 }
 
-// The output ends up as a copy of the subject with the rows rewritten in
+SubjectEnd SubjectRoad::Write(const FolderItem& output) {
+    const CardRun& card = settings_.card;
+    const bool tiled = judged_.image && judged_.image->tiled;
+    correction_ = std::make_unique<SubjectCorrection>(
+        card, tiled ? judged_.image->BandRows() : 1, judged_.curves, settings_.spareCore);
+    if (settings_.placement == OutputPlacement::UnderFinalName) return WriteUnderFinalName(output);
+    return WriteBeside(output);
+}
+
+// The output ends up as a copy of the subject with its pixels rewritten in
 // place, as the window has always left it, also when the pass stops short.
-// Where the copy can be made around the rows, they are written once; else
+// Where the copy can be made around the pixels, they are written once; else
 // the whole file is copied first, and a copy cut short (a full disk, a file
 // size limit, a place that takes no file) stays as it was left.
-SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& subject, const FolderItem& output) {
-    const std::unique_ptr<RowsLeftOutCopy> leftOut = RowsLeftOutCopy::Make(tiff_, output);
-    if (!leftOut && !subject.CopyFileTo(output)) {
+SubjectEnd SubjectRoad::WriteUnderFinalName(const FolderItem& output) {
+    const std::string subject = tiff_.fi->NativePath();
+    const std::unique_ptr<LeftOutCopy> leftOut = LeftOutCopy::Make(subject, output, Ranges());
+    if (!leftOut && !tiff_.fi->CopyFileTo(output)) {
         EndRow();
         return SubjectEnd::CopyFailed;
     }
     if (!output.IsWriteable()) return SubjectEnd::NotWriteable;
-    return Rewrite(output, output.Name(), leftOut.get());
+    const OpenFile file(::open(output.Path().c_str(), O_RDWR | O_CLOEXEC));
+    return Rewrite(file.fd, output, output.Name(), leftOut.get());
 }
 
-// The copy under the hidden name leaves the pixel rows out, for the pass to
-// write them once; a copy that isn't finished is thrown away, whatever it holds.
+// The output is made without a name beside its final one (or under a hidden
+// one), around the pixels, and named only when complete.
 SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
-    const auto copy =
-        settings_.outputFolder.Child(HiddenCopyName(output.Name(), settings_.jobNumber));
-    if (!copy) return SubjectEnd::CopyFailed;
-    SubjectEnd end = SubjectEnd::CopyFailed;
-    try {
-        if (CopyAroundRows(tiff_, *copy))
-            end = Rewrite(*copy, output.Name(), nullptr);
-        else
-            EndRow();
-    } catch (...) {
-        Discard(*copy);
-        throw;
+    struct stat subject {};
+    if (::stat(tiff_.fi->Path().c_str(), &subject) != 0) return SubjectEnd::CopyFailed;
+    const auto copy = OutputBeside(settings_.outputFolder, output.Name(), settings_.jobNumber,
+                                   subject.st_mode & 07777);
+    if (!copy || !CopyAround(tiff_.fi->NativePath(), copy->Descriptor(), Ranges())) {
+        EndRow();
+        return SubjectEnd::CopyFailed;
     }
-    if (end == SubjectEnd::Written && !PublishCopy(*copy, output, settings_.overwrite))
-        end = SubjectEnd::Appeared;
-    if (end != SubjectEnd::Written) Discard(*copy);
-    return end;
+    const SubjectEnd end = Rewrite(copy->Descriptor(), output, output.Name(), nullptr);
+    if (end != SubjectEnd::Written || copy->Publish(output.Path(), settings_.overwrite)) return end;
+    return output.Exists() ? SubjectEnd::Appeared : SubjectEnd::WriteFailed;
 }
 
-SubjectEnd SubjectRoad::Rewrite(const FolderItem& copy, const std::string& outputName,
-                                RowsLeftOutCopy* leftOut) {
-    const auto stream = BinaryStream::Open(copy, true);
-    std::shared_ptr<BinaryStream> ownWhite;
-    BinaryStream* white = WhiteRows(ownWhite);
-    if (!stream || !white) {
+SubjectEnd SubjectRoad::Rewrite(int fd, const FolderItem& copy, const std::string& outputName,
+                                LeftOutCopy* leftOut) {
+    if (judged_.verdict == Verdict::Libtiff) return ThroughLibtiff(fd, outputName, leftOut);
+    const auto stream = fd < 0 ? nullptr : BinaryStream::OnDescriptor(fd, copy.Path());
+    if (!stream) {
         EndRow();
         return SubjectEnd::NoStream;
     }
     std::shared_ptr<Picture> unseen;
     std::shared_ptr<Picture>& preview =
         settings_.window ? settings_.window->ResultPicture() : unseen;
-    const RowPassFiles files{tiff_,   *white,     settings_.white.ImageOffset,
-                             *stream, outputName, settings_.corrector,
-                             leftOut};
-    const RowPassEnd end = RunRowPass(files, settings_.targetLevel, host_, preview);
+    const RowPassFiles files{tiff_, *stream, outputName, *correction_, leftOut};
+    const RowPassEnd end = RunRowPass(files, host_, preview);
     if (end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
     EndRow();
     return end == RowPassEnd::Written ? SubjectEnd::Written : SubjectEnd::WriteFailed;
 }
 
-// The white card's rows: the stream the run shares, or one of this subject's own.
-BinaryStream* SubjectRoad::WhiteRows(std::shared_ptr<BinaryStream>& own) const {
-    if (settings_.whiteRows) return settings_.whiteRows;
-    own = BinaryStream::Open(Deref(settings_.white.fi));
-    if (own) own->LittleEndian = settings_.white.LittleEndian;
-    return own.get();
+SubjectEnd SubjectRoad::ThroughLibtiff(int fd, const std::string& outputName,
+                                       LeftOutCopy* leftOut) {
+    if (fd < 0) {
+        EndRow();
+        return SubjectEnd::NoStream;
+    }
+    std::shared_ptr<Picture> unseen;
+    SubjectWindow* window = settings_.window;
+    PassPictures pictures{window ? window->ResultPicture() : unseen,
+                          window ? &window->SubjectPicture() : nullptr,
+                          window ? window->SubjectRoom() : CanvasSize{0, 0}};
+    const LibtiffRoadEnd end = RunLibtiffRoad(
+        {*judged_.image, fd, outputName, *correction_, leftOut}, host_, pictures);
+    if (end.end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
+    EndRow();
+    droppedLayers_ = end.droppedLayers;
+    if (end.end == RowPassEnd::Written) return SubjectEnd::Written;
+    problem_ = end.problem;
+    return SubjectEnd::WriteFailed;
 }
 
 void SubjectRoad::EndRow() {

@@ -16,26 +16,12 @@
 namespace {
 constexpr std::size_t kBlock = 8;  // pixels, one gain each in a vector of 8 doubles
 
-// 8-bit rows: a block is 24 bytes.
+// 8-bit samples: a block is 24 bytes.
 struct EightBit {
     static constexpr std::size_t kSampleBytes = 1;
     static constexpr double kCeiling = 255.0;
 
-    // The green samples of the block's 8 pixels of the white card row (bytes
-    // 1, 4, ..., 22 of its 24), as doubles.
-    BRISAVANE_AVX512 static __m512d Greens(const std::uint8_t* white) {
-        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(white));
-        const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(white + 16));
-        const __m128i fromLow =
-            _mm_setr_epi8(1, 4, 7, 10, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m128i fromHigh =
-            _mm_setr_epi8(-1, -1, -1, -1, -1, 0, 3, 6, -1, -1, -1, -1, -1, -1, -1, -1);
-        const __m128i greens =
-            _mm_or_si128(_mm_shuffle_epi8(low, fromLow), _mm_shuffle_epi8(high, fromHigh));
-        return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(greens));
-    }
-
-    // Eight consecutive samples of a row as doubles.
+    // Eight consecutive samples as doubles.
     BRISAVANE_AVX512 static __m512d Load(const std::uint8_t* at) {
         const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
         return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(bytes));
@@ -48,9 +34,9 @@ struct EightBit {
     }
 };
 
-// 16-bit rows: a block is 48 bytes; samples turned round where the file's
+// 16-bit samples: a block is 48 bytes; samples turned round where the file's
 // order isn't the host's.
-template <bool SubjectSwap, bool WhiteSwap>
+template <bool Swap>
 struct SixteenBit {
     static constexpr std::size_t kSampleBytes = 2;
     static constexpr double kCeiling = 65535.0;
@@ -59,44 +45,32 @@ struct SixteenBit {
         return _mm_or_si128(_mm_slli_epi16(samples, 8), _mm_srli_epi16(samples, 8));
     }
 
-    // Samples 1, 4, ..., 22 of the block's 24; the load leaves out the bytes
-    // after them, which may lie past the row.
-    BRISAVANE_AVX512 static __m512d Greens(const std::uint8_t* white) {
-        const __m512i samples = _mm512_maskz_loadu_epi16(0xFFFFFF, white);
-        const __m512i which = _mm512_set_epi16(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                               0, 0, 0, 0, 0, 0, 22, 19, 16, 13, 10, 7, 4, 1);
-        __m128i greens = _mm512_castsi512_si128(_mm512_permutexvar_epi16(which, samples));
-        if constexpr (WhiteSwap) greens = TurnedRound(greens);
-        return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(greens));
-    }
-
     BRISAVANE_AVX512 static __m512d Load(const std::uint8_t* at) {
         __m128i samples = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
-        if constexpr (SubjectSwap) samples = TurnedRound(samples);
+        if constexpr (Swap) samples = TurnedRound(samples);
         return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(samples));
     }
 
     // Every sample is in 0..65535.
     BRISAVANE_AVX512 static void Store(std::uint8_t* at, __m512d samples) {
         __m128i words = _mm256_cvtepi32_epi16(_mm512_cvttpd_epi32(samples));
-        if constexpr (SubjectSwap) words = TurnedRound(words);
+        if constexpr (Swap) words = TurnedRound(words);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(at), words);
     }
 };
 
-// The formula's Max and Min are the processor's: max(a, b) gives b unless
-// a > b, min(a, b) gives b unless a < b, which is how the formula treats a
-// ratio without a value (a gain of 1). The gain is held one above the
-// ceiling: it changes no output, since any gain from there up takes a sample
-// of 1 or more to the ceiling and leaves 0 at 0, but it keeps the infinite
-// gain of a white sample of 0 from making infinity x 0, so no product is
-// without a value and none needs a second test.
+// The formula's Min and Max are the processor's: max(a, b) gives b unless
+// a > b, min(a, b) gives b unless a < b. A gain without a value is taken to
+// 0 first, which is what the formula makes of it (its product has no value
+// and stores 0), and every gain is held one above the ceiling: that changes
+// no output, since any gain from there up takes a sample of 1 or more to the
+// ceiling and leaves 0 at 0, but it keeps an infinite gain on a sample of 0
+// from making infinity x 0, so no product is without a value and none needs
+// a second test.
 template <class Depth>
-BRISAVANE_AVX512 std::size_t CorrectBlocks(double targetLevel, const std::uint8_t* subject,
-                                           const std::uint8_t* white, std::uint8_t* out,
-                                           std::size_t pixels) {
-    const __m512d target = _mm512_set1_pd(targetLevel);
-    const __m512d one = _mm512_set1_pd(1.0);
+BRISAVANE_AVX512 std::size_t CorrectInBlocks(const double* gains, const std::uint8_t* from,
+                                             std::uint8_t* to, std::size_t pixels) {
+    const __m512d zero = _mm512_setzero_pd();
     const __m512d ceiling = _mm512_set1_pd(Depth::kCeiling);
     const __m512d held = _mm512_set1_pd(Depth::kCeiling + 1.0);
     // Which pixel's gain each of the block's 24 samples takes, 8 samples at a time.
@@ -107,13 +81,12 @@ BRISAVANE_AVX512 std::size_t CorrectBlocks(double targetLevel, const std::uint8_
     const std::size_t blocks = pixels / kBlock;
     for (std::size_t b = 0; b < blocks; ++b) {
         const std::size_t i = b * kBlock * 3 * w;
-        const __m512d ratio = _mm512_div_pd(target, Depth::Greens(white + i));
-        const __m512d gain = _mm512_min_pd(_mm512_max_pd(ratio, one), held);
+        const __m512d given = _mm512_loadu_pd(gains + b * kBlock);
+        const __m512d gain = _mm512_min_pd(_mm512_max_pd(given, zero), held);
         for (std::size_t k = 0; k < 3; ++k) {
-            const std::uint8_t* from = subject + i + 8 * k * w;
             const __m512d product =
-                _mm512_mul_pd(_mm512_permutexvar_pd(spread[k], gain), Depth::Load(from));
-            Depth::Store(out + i + 8 * k * w, _mm512_min_pd(product, ceiling));
+                _mm512_mul_pd(_mm512_permutexvar_pd(spread[k], gain), Depth::Load(from + i + 8 * k * w));
+            Depth::Store(to + i + 8 * k * w, _mm512_min_pd(product, ceiling));
         }
     }
     return blocks * kBlock;
@@ -127,23 +100,11 @@ bool VectorRowLoopsAvailable() {
     return available;
 }
 
-std::size_t CorrectEightBitBlocks(double targetLevel, const std::uint8_t* subject,
-                                  const std::uint8_t* white, std::uint8_t* out,
-                                  std::size_t pixels) {
-    return CorrectBlocks<EightBit>(targetLevel, subject, white, out, pixels);
-}
-
-std::size_t CorrectSixteenBitBlocks(double targetLevel, bool subjectSwapped, bool whiteSwapped,
-                                    const std::uint8_t* subject, const std::uint8_t* white,
-                                    std::uint8_t* out, std::size_t pixels) {
-    if (subjectSwapped)
-        return whiteSwapped
-                   ? CorrectBlocks<SixteenBit<true, true>>(targetLevel, subject, white, out, pixels)
-                   : CorrectBlocks<SixteenBit<true, false>>(targetLevel, subject, white, out,
-                                                            pixels);
-    return whiteSwapped
-               ? CorrectBlocks<SixteenBit<false, true>>(targetLevel, subject, white, out, pixels)
-               : CorrectBlocks<SixteenBit<false, false>>(targetLevel, subject, white, out, pixels);
+std::size_t CorrectBlocks(const double* gains, const std::uint8_t* from, std::uint8_t* to,
+                          std::size_t pixels, std::size_t sampleBytes, bool swapped) {
+    if (sampleBytes == 1) return CorrectInBlocks<EightBit>(gains, from, to, pixels);
+    return swapped ? CorrectInBlocks<SixteenBit<true>>(gains, from, to, pixels)
+                   : CorrectInBlocks<SixteenBit<false>>(gains, from, to, pixels);
 }
 
 #else
@@ -152,13 +113,8 @@ bool VectorRowLoopsAvailable() {
     return false;
 }
 
-std::size_t CorrectEightBitBlocks(double, const std::uint8_t*, const std::uint8_t*, std::uint8_t*,
-                                  std::size_t) {
-    return 0;
-}
-
-std::size_t CorrectSixteenBitBlocks(double, bool, bool, const std::uint8_t*, const std::uint8_t*,
-                                    std::uint8_t*, std::size_t) {
+std::size_t CorrectBlocks(const double*, const std::uint8_t*, std::uint8_t*, std::size_t,
+                          std::size_t, bool) {
     return 0;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "CardSource.h"
 #include "FolderItem.h"
 #include "Picture.h"
 #include "TiffFile.h"
@@ -14,7 +15,8 @@
 // display. Replacing a member releases what it held.
 struct WindowState {
     std::shared_ptr<FolderItem> fsubject;  // the chosen subject folder
-    std::shared_ptr<TiffFile> Tiffb;       // the white card; its stream stays open
+    std::shared_ptr<TiffFile> Tiffb;       // the white card as our reader knows it, with its figures
+    std::shared_ptr<const CardSource> card;  // the white card, read once for every batch
     bool WhiteOpened = false;              // a white card has been accepted
     bool SubjectSelected = false;          // at least one subject row is ticked
     std::shared_ptr<TiffFile> Tiffi;       // the subject in work

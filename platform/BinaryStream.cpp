@@ -42,6 +42,16 @@ std::shared_ptr<BinaryStream> BinaryStream::Open(const FolderItem& item, bool re
     return std::shared_ptr<BinaryStream>(new BinaryStream(f, item.Path()));
 }
 
+std::shared_ptr<BinaryStream> BinaryStream::OnDescriptor(int fd, std::filesystem::path path) {
+    const int own = ::dup(fd);
+    std::FILE* f = own < 0 ? nullptr : ::fdopen(own, "r+b");
+    if (!f) {
+        if (own >= 0) ::close(own);
+        return nullptr;
+    }
+    return std::shared_ptr<BinaryStream>(new BinaryStream(f, std::move(path)));
+}
+
 std::shared_ptr<BinaryStream> BinaryStream::Create(const FolderItem& item, bool overwrite) {
     std::error_code ec;
     if (std::filesystem::is_directory(item.Path(), ec)) return nullptr;

@@ -19,6 +19,8 @@ class BinaryStream {
     // An existing file, read-only or for update in place (never truncated).
     // nil when the file can't be opened, or is a folder, a named pipe or a socket.
     static std::shared_ptr<BinaryStream> Open(const FolderItem& file, bool readWrite = false);
+    // A file already open for reading and writing, by a descriptor of its own.
+    static std::shared_ptr<BinaryStream> OnDescriptor(int fd, std::filesystem::path path);
     // A new empty file; nil when it exists and overwrite is false, or on failure.
     static std::shared_ptr<BinaryStream> Create(const FolderItem& file, bool overwrite);
     // Read-only bytes in memory, such as the pictures built into the program,

@@ -1,8 +1,15 @@
 #include "LibtiffFile.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
+#include <string_view>
 #include <tuple>
 
 namespace {
@@ -44,22 +51,99 @@ std::string Photometric(std::uint16_t photometric) {
 }
 }  // namespace
 
-LibtiffFile::LibtiffFile(const std::string& path, const char* mode) {
-    // Words spoken outside any open file would otherwise reach stderr.
+// The file libtiff works on, through calls of our own on a descriptor: so
+// that a mapping's pages can be handed back, and so that writing can be
+// stopped outright, leaving the file as far as it was written.
+struct LibtiffFile::Client {
+    int fd = -1;
+    void* base = nullptr;
+    std::size_t size = 0;
+    bool stopped = false;
+
+    ~Client() {
+        if (base) ::munmap(base, size);
+        if (fd >= 0) ::close(fd);
+    }
+    static Client& Of(thandle_t handle) { return *static_cast<Client*>(handle); }
+    static tmsize_t Read(thandle_t h, void* buffer, tmsize_t size) {
+        return ::read(Of(h).fd, buffer, static_cast<std::size_t>(size));
+    }
+    static tmsize_t Write(thandle_t h, void* buffer, tmsize_t size) {
+        if (Of(h).stopped) return -1;
+        return ::write(Of(h).fd, buffer, static_cast<std::size_t>(size));
+    }
+    static toff_t Seek(thandle_t h, toff_t offset, int whence) {
+        return static_cast<toff_t>(::lseek(Of(h).fd, static_cast<off_t>(offset), whence));
+    }
+    static int Close(thandle_t) { return 0; }
+    static toff_t Size(thandle_t h) {
+        struct stat status {};
+        return ::fstat(Of(h).fd, &status) == 0 ? static_cast<toff_t>(status.st_size) : 0;
+    }
+    static int Map(thandle_t h, void** base, toff_t* size) {
+        Client& c = Of(h);
+        const toff_t length = Size(h);
+        if (length == 0 || length > SIZE_MAX) return 0;
+        void* mapped = ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE, c.fd, 0);
+        if (mapped == MAP_FAILED) return 0;
+        ::madvise(mapped, length, MADV_SEQUENTIAL);
+        c.base = *base = mapped;
+        c.size = length;
+        *size = length;
+        return 1;
+    }
+    static void Unmap(thandle_t h, void*, toff_t) {
+        Client& c = Of(h);
+        if (c.base) ::munmap(c.base, c.size);
+        c.base = nullptr;
+    }
+};
+
+// Words spoken outside any open file would otherwise reach stderr. libtiff
+// maps the file where the mode lacks "m".
+void LibtiffFile::Open(int fd, const std::string& name, const char* mode) {
     TIFFSetErrorHandler(nullptr);
     TIFFSetWarningHandler(nullptr);
+    client_ = std::make_unique<Client>();
+    client_->fd = fd;
+    if (fd < 0) return;
     TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
     TIFFOpenOptionsSetMaxSingleMemAlloc(options, static_cast<tmsize_t>(kLargestChunk));
     TIFFOpenOptionsSetErrorHandlerExtR(options, Capture, &error_);
     TIFFOpenOptionsSetWarningHandlerExtR(
         options, [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
-    tif_ = TIFFOpenExt(path.c_str(), mode, options);
+    tif_ = TIFFClientOpenExt(name.c_str(), mode, client_.get(), Client::Read, Client::Write,
+                             Client::Seek, Client::Close, Client::Size, Client::Map, Client::Unmap,
+                             options);
     TIFFOpenOptionsFree(options);
     if (tif_) ReadFields();
 }
 
+LibtiffFile::LibtiffFile(const std::string& path, const char* mode) {
+    const bool update = std::string_view(mode).find('+') != std::string_view::npos;
+    Open(::open(path.c_str(), (update ? O_RDWR : O_RDONLY) | O_CLOEXEC), path, mode);
+}
+
+LibtiffFile::LibtiffFile(int fd, const std::string& name, const char* mode) {
+    Open(::dup(fd), name, mode);
+}
+
+LibtiffFile::LibtiffFile(const std::string& path, Mapped) : LibtiffFile(path, "r") {}
+
 LibtiffFile::~LibtiffFile() {
     if (tif_) TIFFClose(tif_);
+}
+
+void LibtiffFile::Release() {
+    if (client_->base) ::madvise(client_->base, client_->size, MADV_DONTNEED);
+}
+
+int LibtiffFile::Descriptor() const {
+    return client_->fd;
+}
+
+void LibtiffFile::Stop() {
+    client_->stopped = true;
 }
 
 int LibtiffFile::Capture(TIFF*, void* user, const char* module, const char* fmt, va_list args) {
@@ -118,10 +202,12 @@ std::string LibtiffFile::Unusable() const {
                " colour samples a pixel: only 3 (RGB) can be equalized";
     if (width == 0 || height == 0) return "a TIFF with no pixels";
     if (BandRows() == 0 || (tiled && tileWidth == 0)) return "a TIFF of empty strips or tiles";
-    // The card's green band beside a strip or a row of tiles is held whole.
+    if (ChunkBytes() == 0) return "a TIFF of empty strips or tiles";
+    // Strips of any size are read a band or a row at a time; a tile is
+    // decoded whole, and a row of tiles is held while it is worked on.
     const std::uint64_t band = std::uint64_t{width} * BandRows() * samples * SampleBytes();
-    if (ChunkBytes() == 0 || ChunkBytes() > kLargestChunk || band > kLargestChunk)
-        return "a TIFF whose strips or rows of tiles would each decode to more than 256 MiB";
+    if (tiled && (ChunkBytes() > kLargestChunk || band > kLargestChunk))
+        return "a TIFF whose rows of tiles would each decode to more than 256 MiB";
     return "";
 }
 
@@ -143,10 +229,13 @@ bool LibtiffFile::OneStripPlain() const {
 
 bool LibtiffFile::RowsInPlace() const {
     std::uint16_t fillOrder = FILLORDER_MSB2LSB;
-    return compression == COMPRESSION_NONE && !tiled && planar == PLANARCONFIG_CONTIG &&
-           (bits == 8 || bits == 16) &&
+    return compression == COMPRESSION_NONE && !tiled && (bits == 8 || bits == 16) &&
            TIFFGetFieldDefaulted(tif_, TIFFTAG_FILLORDER, &fillOrder) &&
            fillOrder == FILLORDER_MSB2LSB;
+}
+
+bool LibtiffFile::RowByRow() const {
+    return !tiled && !RowsInPlace() && ChunkBytes() > kHeldChunk;
 }
 
 std::uint64_t LibtiffFile::ChunkBytes() const {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "TiffFile.h"
+#include "CardSource.h"
 
 namespace {
 struct ToneBand {
@@ -44,8 +44,8 @@ void CreateToneMap(const Picture& pwhite, Picture& ptone) {
     }
 }
 
-std::shared_ptr<Picture> WindowPreview(TiffFile& white) {
-    return white.MakeScaledPictureDisk(kWhiteCanvas, kWhiteCanvas);
+std::shared_ptr<Picture> WindowPreview(const CardSource& white) {
+    return white.Preview(kWhiteCanvas, kWhiteCanvas);
 }
 
 Picture ToneMapOf(const Picture& preview) {

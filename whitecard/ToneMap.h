@@ -5,13 +5,13 @@
 
 #include "Picture.h"
 
-class TiffFile;
+class CardSource;
 
 // The white card's canvas in the window: its preview fits this square.
 inline constexpr std::int64_t kWhiteCanvas = 230;
 
 // The white card's preview as the window's canvas shows it.
-std::shared_ptr<Picture> WindowPreview(TiffFile& white);
+std::shared_ptr<Picture> WindowPreview(const CardSource& white);
 
 // The false-colour map of a white card preview: every pixel whose green byte is
 // 200 or more takes the colour of its five-level band, from blue at 200 to red

@@ -25,30 +25,37 @@ void ShowFigures(WindowState& state, WhiteCardHost& host) {
 void MakePreviews(WindowState& state, WhiteCardHost& host) {
     SetStatus(host, "Creating the white card image preview");
     const CanvasSize room = host.WhiteCanvas();
-    state.pwhite = Deref(state.Tiffb).MakeScaledPictureDisk(room.width, room.height);
+    state.pwhite = Deref(state.card).Preview(room.width, room.height);
     state.ptone = std::make_shared<Picture>(state.pwhite->Width(), state.pwhite->Height(), 32);
     CreateToneMap(*state.pwhite, *state.ptone);
     host.RefreshWhiteCanvas();
 }
 
-// Opens, judges and scans the candidate; false when the press ends on the way.
-bool AcceptCandidate(TiffFile& candidate, WhiteCardHost& host) {
+// Says why a card can't serve: a file the system won't open ends the press as
+// a missing object; one neither reader takes ends it silently; the rest with
+// their words.
+void Refuse(const CardProblem& problem, WhiteCardHost& host) {
+    if (problem.verdict == CardVerdict::Missing) throw NilObjectException();
+    if (problem.verdict != CardVerdict::NotOpened) host.UserDialogs().MsgBox(problem.text);
+}
+
+// Opens, judges and reads the chosen file; nil when the press ends on the way.
+std::shared_ptr<const CardSource> AcceptCandidate(TiffFile& candidate, WhiteCardHost& host) {
     candidate.AskOpen();
-    if (!candidate.fi) return false;  // the dialog was cancelled
-    const TiffOpening opening = OpenTiffFile(candidate, candidate.fi);
-    // No stream on it: the press ends as for any file the system won't open.
-    if (opening == TiffOpening::Missing || opening == TiffOpening::Unopenable)
-        throw NilObjectException();
-    const WhiteCardVerdict verdict = JudgeWhiteCard(candidate, opening);
-    if (verdict == WhiteCardVerdict::NotOpened) return false;  // cancelled or refused: silent
-    if (verdict != WhiteCardVerdict::Accepted) {
-        host.UserDialogs().MsgBox(RefusalText(verdict, candidate));
-        return false;
+    if (!candidate.fi) return nullptr;  // the dialog was cancelled
+    CorrectionModes modes;
+    modes.cards = {candidate.fi->NativePath()};
+    CardProblem problem;
+    const auto opening = CardSource::Judge(modes, host.WhiteServices(), problem);
+    if (!opening) {
+        Refuse(problem, host);
+        return nullptr;
     }
-    host.SetLabel(WhiteLabel::TxtInfoWhite, InfoText(candidate));
+    host.SetLabel(WhiteLabel::TxtInfoWhite, InfoText(opening->Record()));
     SetStatus(host, "Analyzing the white card image");
-    candidate.FindMaxLuminanceDisk();
-    return true;
+    auto card = opening->Read(problem);
+    if (!card) Refuse(problem, host);
+    return card;
 }
 // The first part of every press, also of one whose dialog is cancelled.
 void ResetWindow(WindowState& state, WhiteCardHost& host) {
@@ -75,8 +82,10 @@ void OpenWhiteCard(WindowState& state, WhiteCardHost& host) {
     try {
         ResetWindow(state, host);
         candidate = std::make_shared<TiffFile>(host.WhiteServices());
-        if (!AcceptCandidate(*candidate, host)) return;
-        state.Tiffb = candidate;
+        auto card = AcceptCandidate(*candidate, host);
+        if (!card) return;
+        state.card = card;
+        state.Tiffb = card->SharedRecord();
         ShowFigures(state, host);
         state.WhiteOpened = true;
         host.SetProcessEnabled(state.ProcessAllowed());

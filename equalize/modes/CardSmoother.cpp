@@ -158,9 +158,9 @@ void CardSmoother::RequireAllRows() const {
     if (nextRow_ < height_) throw std::logic_error("The card's rows aren't all in.");
 }
 
-CardSmoother::ChannelExtremes CardSmoother::Extremes() const {
+RowExtremes CardSmoother::Extremes() const {
     RequireAllRows();
-    ChannelExtremes extremes{};
+    RowExtremes extremes;
     for (int c = 0; c < 3; ++c) {
         extremes.max[c] = extremes.min[c] = grid_[c];
         std::size_t brightest = 0;
@@ -176,14 +176,15 @@ CardSmoother::ChannelExtremes CardSmoother::Extremes() const {
 
 // Interpolation can round to the brightest value a few pixels before its node,
 // in the rows since the node row before; Row() is asked there.
-void CardSmoother::PlaceOfFirst(int channel, double value, std::size_t node, std::uint32_t& x,
-                                std::uint32_t& y) const {
+void CardSmoother::PlaceOfFirst(int channel, double value, std::size_t node, std::int64_t& x,
+                                std::int64_t& y) const {
     const std::size_t nodeRow = node / across_.nodes.size();
     std::vector<double> rgb(std::size_t{width_} * 3);
     for (y = nodeRow > 0 ? down_.nodes[nodeRow - 1] + 1 : 0; y <= down_.nodes[nodeRow]; ++y) {
-        Row(y, rgb.data());
+        Row(static_cast<std::uint32_t>(y), rgb.data());
         for (x = 0; x < width_; ++x) {
-            if (rgb[x * std::size_t{3} + channel] == value) return;
+            if (rgb[static_cast<std::size_t>(x) * 3 + static_cast<std::size_t>(channel)] == value)
+                return;
         }
     }
     x = across_.nodes[node % across_.nodes.size()];  // where Row() gives it at the latest

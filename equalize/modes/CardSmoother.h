@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "RowExtremes.h"
+
 // A streaming low-pass of an RGB white card, so that dust specks and the
 // card's grain don't print into subjects while its smooth falloff comes through.
 //
@@ -30,17 +32,12 @@ class CardSmoother {
     // Rows 0 to height - 1 in order, width x 3 values (r, g, b interleaved).
     void AddRow(const double* rgb);
 
-    struct ChannelExtremes {
-        double max[3], min[3];
-        std::uint32_t maxX[3], maxY[3];
-        bool operator==(const ChannelExtremes&) const = default;
-    };
     // After the last row: per channel, the smoothed card's brightest and
     // darkest value, and the place of the first brightest in row-major order.
     // Bilinear interpolation takes its extremes at the nodes, so these are
     // the extremes of what Row() gives, and the place is where Row() first
     // gives the brightest value.
-    ChannelExtremes Extremes() const;
+    RowExtremes Extremes() const;
 
     // The smoothed row y (width x 3 values), any y in any order, after the
     // last row. Const: threads may share one smoother. Asked too early, or for
@@ -63,8 +60,8 @@ class CardSmoother {
     void FilterAcross(const double* rgb);
     void Accumulate(std::uint32_t y);
     std::size_t Slot(std::size_t nodeRow) const;
-    void PlaceOfFirst(int channel, double value, std::size_t node, std::uint32_t& x,
-                      std::uint32_t& y) const;
+    void PlaceOfFirst(int channel, double value, std::size_t node, std::int64_t& x,
+                      std::int64_t& y) const;
 
     std::uint32_t width_, height_, spacing_;
     Axis across_, down_;

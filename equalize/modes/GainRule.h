@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "SampleRow.h"
+
 // How the card's value at a pixel becomes the pixel's gain: target / card,
 // raised to 1 unless darkening is allowed, then held at the cap.
 struct GainRule {
@@ -13,9 +15,10 @@ struct GainRule {
     double cap = std::numeric_limits<double>::infinity();
 
     std::size_t GainsPerPixel() const { return rgb ? 3 : 1; }
-    // The gains of `pixels` pixels from the card's values (red, green, blue of
-    // each), GainsPerPixel() a pixel; gives how many pixels had a gain capped.
-    std::size_t Gains(const double* card, std::size_t pixels, double* gains) const;
-    // The same from a card's whole samples (host order), each taken as its value.
-    std::size_t Gains(const std::uint16_t* card, std::size_t pixels, double* gains) const;
+    // Whether every gain is at least 1, so that no product can lose its value.
+    bool OnlyBrightens() const { return !darken; }
+    // The gains of `pixels` pixels of a card row, from its first, GainsPerPixel()
+    // a pixel; gives how many pixels had a gain capped. A row of green alone
+    // serves green mode.
+    std::size_t Gains(const SampleRow& card, std::size_t pixels, double* gains) const;
 };

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "GainRule.h"
+#include "SampleRow.h"
 #include "ToneCurves.h"
 
 // The gain of every whole sample a card of one shot can hold, worked out once
@@ -15,8 +16,8 @@ class GainTable {
   public:
     GainTable(const GainRule& rule, int bits, const ToneCurves* curves);
 
-    // As GainRule::Gains, from the card's samples (3 a pixel, host order).
-    std::size_t Gains(const std::uint16_t* card, std::size_t pixels, double* gains) const;
+    // As GainRule::Gains, from a row of the card's whole samples.
+    std::size_t Gains(const SampleRow& card, std::size_t pixels, double* gains) const;
 
   private:
     bool rgb_;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "CardFigures.h"
-#include "TiffFile.h"
+#include "CardSource.h"
 
 // Everything a report says about one card: where it was sampled, how its
 // colours were taken, and its figures as shot and as equalized by itself.
@@ -19,6 +19,7 @@ struct CardMeasurement {
     CardFigures before, after;  // after: the residual once the card is equalized by itself
 };
 
-// Measures an opened and scanned white card. Throws std::runtime_error with
+// Measures a white card as read for a run. Throws std::runtime_error with
 // plain words for a card too small for the grid or a profile that can't serve.
-CardMeasurement MeasureCard(TiffFile& card, const PrintFormat& format, double amountToApply);
+CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format,
+                            double amountToApply);

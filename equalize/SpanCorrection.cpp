@@ -1,43 +1,68 @@
 #include "SpanCorrection.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "Correction.h"
 #include "PixelLayout.h"
 #include "ToneCurves.h"
 #include "VectorClones.h"
+#include "VectorRowLoops.h"
 
 namespace {
 // The common case, interleaved pixels in sample units, as a straight loop the
-// compiler can keep in vector registers: which gains and whether a dark frame
-// is subtracted are template arguments, not tests in the loop.
-template <class Sample, bool Swap, bool OwnGains, bool Dark>
-BRISAVANE_VECTOR_CLONES void CorrectPixels(std::uint8_t* __restrict samples, std::size_t pixels,
+// compiler can keep in vector registers: which gains, whether a dark frame is
+// subtracted and whether the samples come from elsewhere are template
+// arguments, not tests in the loop. In place, only `to` is touched.
+template <class Sample, bool Swap, bool OwnGains, bool Dark, bool Apart>
+BRISAVANE_VECTOR_CLONES void CorrectPixels(const std::uint8_t* __restrict from,
+                                           std::uint8_t* __restrict to, std::size_t pixels,
                                            const double* __restrict gains,
                                            const std::uint16_t* __restrict dark) {
     constexpr std::size_t w = sizeof(Sample);
     constexpr double ceiling = w == 1 ? 255.0 : 65535.0;
     for (std::size_t p = 0; p < pixels; ++p)
         for (std::size_t c = 0; c < 3; ++c) {
-            std::uint8_t* at = samples + (p * 3 + c) * w;
-            double sample = LoadSample<Sample, Swap>(at);
+            const std::size_t at = (p * 3 + c) * w;
+            double sample = LoadSample<Sample, Swap>((Apart ? from : to) + at);
             if constexpr (Dark) {
                 sample -= dark[p * 3 + c];
                 sample = sample > 0.0 ? sample : 0.0;
             }
             const double gain = OwnGains ? gains[p * 3 + c] : gains[p];
-            StoreSample<Sample, Swap>(at, CorrectedSample(gain, sample, ceiling));
+            StoreSample<Sample, Swap>(to + at, CorrectedSample(gain, sample, ceiling));
         }
 }
 
+using PixelLoop = void (*)(const std::uint8_t*, std::uint8_t*, std::size_t, const double*,
+                           const std::uint16_t*);
+
+template <class Sample, bool Swap, bool Apart>
+PixelLoop ChooseLoop(bool ownGains, bool dark) {
+    const PixelLoop loops[2][2] = {{CorrectPixels<Sample, Swap, false, false, Apart>,
+                                    CorrectPixels<Sample, Swap, false, true, Apart>},
+                                   {CorrectPixels<Sample, Swap, true, false, Apart>,
+                                    CorrectPixels<Sample, Swap, true, true, Apart>}};
+    return loops[ownGains][dark];
+}
+
+// A gain a pixel and nothing else is the window's correction, the commonest
+// by far: whole blocks of pixels go through the loop written for wide vector
+// units where there is one, the rest through the plain loop.
 template <class Sample, bool Swap>
 void CorrectInterleaved(const SampleSpan& span, const SpanGains& with) {
-    using Loop = void (*)(std::uint8_t*, std::size_t, const double*, const std::uint16_t*);
-    const Loop loops[2][2] = {
-        {CorrectPixels<Sample, Swap, false, false>, CorrectPixels<Sample, Swap, false, true>},
-        {CorrectPixels<Sample, Swap, true, false>, CorrectPixels<Sample, Swap, true, true>}};
-    loops[with.perPixel == 3][with.dark != nullptr](span.samples, span.pixels, with.gains,
-                                                    with.dark);
+    const bool apart = span.source && span.source != span.samples;
+    const std::uint8_t* from = apart ? span.source : span.samples;
+    const bool plain = with.perPixel == 1 && !with.dark;
+    const std::size_t done =
+        plain && VectorRowLoopsAvailable()
+            ? CorrectBlocks(with.gains, from, span.samples, span.pixels, sizeof(Sample), Swap)
+            : 0;
+    const std::size_t skip = done * 3 * sizeof(Sample);
+    const PixelLoop loop = apart ? ChooseLoop<Sample, Swap, true>(with.perPixel == 3, with.dark)
+                                 : ChooseLoop<Sample, Swap, false>(with.perPixel == 3, with.dark);
+    loop(from + skip, span.samples + skip, span.pixels - done, with.gains + done * with.perPixel,
+         with.dark ? with.dark + done * 3 : nullptr);
 }
 
 // Every other span: planes, extra samples, linear light.
@@ -137,12 +162,15 @@ void CorrectLinearShared(const SampleSpan& span, const SpanGains& with) {
 
 template <class Sample, bool Swap>
 void Correct(const SampleSpan& span, const SpanGains& with) {
+    const bool interleaved = span.stride == 3 && span.colours == 3;
+    if (interleaved && !with.curves) return CorrectInterleaved<Sample, Swap>(span, with);
+    // The other walks work in place: a span read from elsewhere is taken over first.
+    if (span.source && span.source != span.samples)
+        std::memcpy(span.samples, span.source, span.pixels * span.stride * sizeof(Sample));
     if (with.curves && span.stride == 3 && span.colours == 3 && with.curves->Shared())
         CorrectLinearShared<Sample, Swap>(span, with);
     else if (with.curves)
         CorrectLinear<Sample, Swap>(span, with);
-    else if (span.stride == 3 && span.colours == 3)
-        CorrectInterleaved<Sample, Swap>(span, with);
     else
         CorrectSamples<Sample, Swap>(span, with);
 }
