@@ -94,8 +94,8 @@ void LibtiffPass::SetUp() {
     unitsPerRow_ = std::uint64_t{across} * ColourPlanes();
 }
 
-void LibtiffPass::Draw(std::shared_ptr<Picture>& picture, const PreviewGeometry& g,
-                       std::int64_t at, const Piece& piece, const SampleRow& row) const {
+void LibtiffPass::Draw(std::shared_ptr<Picture>& picture, const PreviewGeometry& g, std::int64_t at,
+                       const Piece& piece, const SampleRow& row) const {
     if (!picture || at < 0) return;
     const bool eightBit = image_.bits == 8;
     if (piece.plane < 0)
@@ -116,8 +116,13 @@ bool LibtiffPass::Row(const Piece& piece, std::uint8_t* samples, bool swapped) {
     if (pictures_.subject && host_.ShowPreviews())
         Draw(*pictures_.subject, subject_, PreviewRowOf(subject_, image_.bits == 8, piece.y), piece,
              row);
-    const SampleSpan span{samples, piece.width,        stride, piece.plane < 0 ? 0u : std::size_t(piece.plane),
-                          piece.plane < 0 ? 3u : 1u, image_.SampleBytes(), swapped};
+    const SampleSpan span{samples,
+                          piece.width,
+                          stride,
+                          piece.plane < 0 ? 0u : std::size_t(piece.plane),
+                          piece.plane < 0 ? 3u : 1u,
+                          image_.SampleBytes(),
+                          swapped};
     if (!files_.correction.Correct(piece.y, piece.x, span))
         throw std::runtime_error("the white card's rows can't be read");
     if (piece.y % result_.rowStep == 0 && host_.ShowPreviews())
@@ -144,21 +149,24 @@ LibtiffRoadEnd LibtiffPass::InPlace() {
         const LibtiffFile::Place place = image_.PlaceOf(k);
         if (!Rewritten(place)) continue;
         const std::uint64_t start = TIFFGetStrileOffset(tif, k);
-        const std::uint64_t length = std::uint64_t{place.rows} * place.rowBytes;
-        if (start == 0 || TIFFGetStrileByteCount(tif, k) < length ||
-            start > std::uint64_t{INT64_MAX} - length)
-            return Failed("strip " + std::to_string(k) + " is missing from the file or cut short");
+        if (std::string problem =
+                image_.ChunkProblem(k, std::uint64_t{place.rows} * place.rowBytes);
+            !problem.empty())
+            return Failed(problem);
         data_.resize(place.rowBytes);
         for (std::uint32_t r = 0; r < place.rows; ++r) {
             const auto at = static_cast<std::int64_t>(start + std::uint64_t{r} * place.rowBytes);
-            if (ReadAtPlace(image_.Descriptor(), data_.data(), place.rowBytes, at) != place.rowBytes)
-                return Failed("the file ends inside strip " + std::to_string(k));
-            const int plane = image_.planar == PLANARCONFIG_SEPARATE ? static_cast<int>(place.plane) : -1;
+            if (ReadAtPlace(image_.Descriptor(), data_.data(), place.rowBytes, at) !=
+                place.rowBytes)
+                return Failed("strip " + std::to_string(k) + " is cut short");
+            const int plane =
+                image_.planar == PLANARCONFIG_SEPARATE ? static_cast<int>(place.plane) : -1;
             if (!Row({place.y + r, 0, place.width, plane}, data_.data(), swapped))
                 return Cancelled();
             if (!WriteAtPlace(files_.output, data_.data(), place.rowBytes, at))
                 return Failed("a row can't be written");
-            if (files_.leftOut) files_.leftOut->Written(k, at, at + static_cast<std::int64_t>(place.rowBytes));
+            if (files_.leftOut)
+                files_.leftOut->Written(k, at, at + static_cast<std::int64_t>(place.rowBytes));
         }
     }
     // Only layer data to drop needs the copy opened through libtiff.
@@ -177,7 +185,8 @@ LibtiffRoadEnd LibtiffPass::Chunks() {
     if (!copy.Handle()) return Failed(copy.Error());
     // The copy's directory is read from its own bytes, which a hostile file's
     // strips may have overlapped and left out.
-    if (!copy.SameLayout(image_)) return Failed("the copy's strips or tiles differ from the subject's");
+    if (!copy.SameLayout(image_))
+        return Failed("the copy's strips or tiles differ from the subject's");
     data_.resize(image_.ChunkBytes());
     TIFF* tif = copy.Handle();
     for (std::uint32_t k = 0; k < image_.Chunks(); ++k) {
@@ -185,7 +194,8 @@ LibtiffRoadEnd LibtiffPass::Chunks() {
         if (!Rewritten(place)) continue;
         const tmsize_t size = image_.ReadChunk(k, data_.data());
         if (size < 0) return Failed(image_.Error());
-        const int plane = image_.planar == PLANARCONFIG_SEPARATE ? static_cast<int>(place.plane) : -1;
+        const int plane =
+            image_.planar == PLANARCONFIG_SEPARATE ? static_cast<int>(place.plane) : -1;
         for (std::uint32_t r = 0; r < place.rows; ++r)
             if (!Row({place.y + r, place.x, place.width, plane}, data_.data() + r * place.rowBytes,
                      false)) {
@@ -196,7 +206,8 @@ LibtiffRoadEnd LibtiffPass::Chunks() {
             }
         const tmsize_t written = image_.tiled ? TIFFWriteEncodedTile(tif, k, data_.data(), size)
                                               : TIFFWriteEncodedStrip(tif, k, data_.data(), size);
-        if (written != size) return Failed(copy.Error().empty() ? "a strip can't be written" : copy.Error());
+        if (written != size)
+            return Failed(copy.Error().empty() ? "a strip can't be written" : copy.Error());
         if (files_.leftOut) {
             const auto start = static_cast<off_t>(
                 std::min<std::uint64_t>(TIFFGetStrileOffset(image_.Handle(), k), INT64_MAX));
@@ -220,14 +231,16 @@ LibtiffRoadEnd LibtiffPass::RowByRow() {
         LibtiffFile plane(TIFFFileName(image_.Handle()), LibtiffFile::Mapped{});
         for (std::uint32_t y = 0; y < image_.height; ++y) {
             if (!plane.Handle() || TIFFReadScanline(plane.Handle(), data_.data(), y, k) < 0)
-                return Failed(plane.Error().empty() ? "libtiff can't decode row " + std::to_string(y)
-                                                    : plane.Error());
+                return Failed(plane.Error().empty()
+                                  ? "libtiff can't decode row " + std::to_string(y)
+                                  : plane.Error());
             if (y % kReleaseRows == kReleaseRows - 1) plane.Release();
             const int colour = ColourPlanes() == 3 ? k : -1;
             if (!Row({y, 0, image_.width, colour}, data_.data(), false)) {
                 copy.Stop();
                 struct stat subject {};
-                if (::fstat(image_.Descriptor(), &subject) == 0) ::ftruncate(files_.output, subject.st_size);
+                if (::fstat(image_.Descriptor(), &subject) == 0)
+                    ::ftruncate(files_.output, subject.st_size);
                 return Cancelled();
             }
             if (TIFFWriteScanline(tif, data_.data(), y, k) < 0)

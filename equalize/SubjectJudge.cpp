@@ -48,8 +48,20 @@ bool TakenAsOneStrip(const TiffFile& tiff, TiffOpening opening, const LibtiffFil
            tiff.BytesPerPixel == static_cast<std::int64_t>(3 * image.SampleBytes()) &&
            tiff.ImageWidth == image.width && tiff.ImageHeight == image.height &&
            tiff.LittleEndian == !image.bigEndian &&
-           static_cast<std::uint64_t>(tiff.ImageOffset) ==
-               TIFFGetStrileOffset(image.Handle(), 0);
+           static_cast<std::uint64_t>(tiff.ImageOffset) == TIFFGetStrileOffset(image.Handle(), 0);
+}
+// What is missing of a file whose strips are read where they stand: streaming
+// rows that aren't there would write invented pixels. Empty when nothing is.
+std::string MissingStrips(const LibtiffFile& image) {
+    if (!image.RowsInPlace()) return "";
+    for (std::uint32_t k = 0; k < image.Chunks(); ++k) {
+        const LibtiffFile::Place place = image.PlaceOf(k);
+        if (place.plane >= 3) continue;
+        if (std::string problem = image.ChunkProblem(k, std::uint64_t{place.rows} * place.rowBytes);
+            !problem.empty())
+            return "Image data is incomplete: " + problem;
+    }
+    return "";
 }
 }  // namespace
 
@@ -73,6 +85,8 @@ SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
     if (TakenAsOneStrip(tiff, opening, *image)) {
         if (opening == TiffOpening::Incomplete) return {Verdict::Unfit, kIncompleteText};
         judged.verdict = Verdict::OneStrip;
+    } else if (std::string missing = MissingStrips(*image); !missing.empty()) {
+        return {Verdict::Unfit, missing};
     }
     judged.image = std::move(image);
     return judged;

@@ -10,16 +10,21 @@
 #include <unistd.h>
 
 #include "Batch.h"
+#include "CardSource.h"
 #include "TiffFile.h"
-#include "WhiteCard.h"
 #include "WindowState.h"
 
+namespace {
+std::shared_ptr<const CardSource> OpenCard(const std::string& path) {
+    CorrectionModes modes;
+    modes.cards = {path};
+    CardProblem problem;
+    return CardSource::Open(modes, {}, problem);
+}
+}  // namespace
+
 void ExerciseWhiteCard(const std::string& path) {
-    TiffFile tiff;
-    const TiffOpening opening = OpenTiffPath(tiff, path);
-    if (JudgeWhiteCard(tiff, opening) != WhiteCardVerdict::Accepted) return;
-    tiff.FindMaxLuminanceDisk();
-    tiff.MakeScaledPictureDisk(230, 230);
+    if (const auto card = OpenCard(path)) card->Preview(230, 230);
 }
 
 namespace {
@@ -60,14 +65,13 @@ class QuietWindow final : public BatchHost, Dialogs, EventPump {
     std::shared_ptr<FolderItem> output_;
 };
 
-// The white cards, analysed once for the whole process; their streams stay
-// open, as the window keeps its white card's.
-const std::vector<std::shared_ptr<TiffFile>>& WhiteCards() {
-    static const std::vector<std::shared_ptr<TiffFile>> cards = [] {
-        std::vector<std::shared_ptr<TiffFile>> loaded;
+// The white cards, read once for the whole process, as the window keeps its
+// white card from one batch to the next.
+const std::vector<std::shared_ptr<const CardSource>>& WhiteCards() {
+    static const std::vector<std::shared_ptr<const CardSource>> cards = [] {
+        std::vector<std::shared_ptr<const CardSource>> loaded;
         for (const char* name : {"8bit_le.tif", "16bit_be.tif"}) {
-            std::string error;
-            auto card = LoadWhiteCard(std::string(BRISAVANE_FUZZ_DIR "/white/") + name, error);
+            auto card = OpenCard(std::string(BRISAVANE_FUZZ_DIR "/white/") + name);
             if (!card) std::abort();  // the harness itself is broken
             loaded.push_back(card);
         }
@@ -91,7 +95,8 @@ void ExerciseEqualize(const std::string& path) {
         std::filesystem::remove_all(output);
         std::filesystem::create_directories(output);
         WindowState state;
-        state.Tiffb = white;
+        state.card = white;
+        state.Tiffb = white->SharedRecord();
         state.WhiteOpened = true;
         state.fsubject = GetFolderItem(subject.parent_path().string());
         QuietWindow window(subject.filename().string(), GetFolderItem(output.string()));

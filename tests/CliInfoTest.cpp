@@ -52,8 +52,8 @@ const std::string kWhiteCardRecord =
     "SwapBytes: False\nHostLittleEndian: True\npxmax: 0\npymax: 0\nMinLuminance: 0\n"
     "libtiff:\n  Layout: strips of 240 rows, 1 in all\n  Planar: contiguous\n  Compression: 1\n"
     "  Predictor: 1\n  Samples: 3 of 16 bits, 0 extra\n  BigTIFF: no\n  ByteOrder: little-endian\n"
-    "  Tags: 256 257 258 259 262 273 277 278 279 284\n  Window: takes it\n  CommandLine: takes "
-    "it\n";
+    "  Tags: 256 257 258 259 262 273 277 278 279 284\n  Equalized: as one plain strip, "
+    "streamed where its rows stand\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, CliInfoTest,

@@ -1,18 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <vector>
 
-#include "RowCorrection.h"
+#include "GainRule.h"
+#include "SpanCorrection.h"
 #include "support/ReferenceEqualize.h"
 
 using namespace testing_tiff;
 
 namespace {
-struct Orders {
-    bool subject, white;  // little-endian
-};
-
 // Rows of samples in a chosen width and byte order.
 struct Row {
     int width;
@@ -29,64 +25,75 @@ struct Row {
     }
 };
 
-class RowIsTheFormula : public ::testing::TestWithParam<std::tuple<int, Orders>> {};
-
-// The row loops (plain, cloned for wider vector units, and the AVX-512
-// ones) against the reference for every 8-bit white green and sample, or edge
-// values in 16 bits, under targets between whole numbers and far beyond the
-// ceiling. The row ends a few pixels short of a vector's worth, and the
-// buffers are exactly as long as the row, for the address sanitizer.
-TEST_P(RowIsTheFormula, ForEveryWhiteAndSample) {
-    const auto [bits, orders] = GetParam();
-    const int top = bits == 8 ? 255 : 65535;
-    std::vector<std::uint16_t> values;
-    for (int v = 0; v <= top; v += bits == 8 ? 1 : 4369) values.push_back(v);
-    values.insert(values.end(), {1, 2, static_cast<std::uint16_t>(top - 1)});
-    Row subject{bits / 8, orders.subject}, white{bits / 8, orders.white};
-    for (const std::uint16_t g : values)
-        for (const std::uint16_t s : values) {
-            subject.Put(s);
-            subject.Put(static_cast<std::uint16_t>(top - s));
-            subject.Put(s / 2);
-            white.Put(static_cast<std::uint16_t>(top));  // the card's red and blue are never read
-            white.Put(g);
-            white.Put(0);
-        }
-    const std::size_t samples = subject.bytes.size() / (bits / 8);
-    for (const double target : {0.0, 4.9e-324, 0.5, 99.99999999999999, 150.0, top - 1e-11,
-                                static_cast<double>(top), top + 1.0, top * 10.0, 1e300}) {
-        Row out{bits / 8, orders.subject, std::vector<std::uint8_t>(subject.bytes.size())};
-        CorrectRow(PixelLayout::For(3 * subject.width, subject.little,
-                                    static_cast<std::int64_t>(subject.bytes.size())),
-                   orders.white, target, subject.bytes.data(), white.bytes.data(),
-                   out.bytes.data());
-        for (std::size_t k = 0; k < samples; ++k)
-            ASSERT_EQ(out.Get(k),
-                      ExpectedSample(target, white.Get(k / 3 * 3 + 1), subject.Get(k), bits))
-                << "target " << target << ", sample " << k;
-    }
+// The one correction, gains from a card row and the walk over the subject's
+// samples (the plain loop, its clones for wider vector units and the AVX-512
+// one), against the reference for every 8-bit white green and sample, or edge
+// values in 16 bits, in every mix of byte orders, read in place and from
+// another buffer, under targets between whole numbers and far beyond the
+// ceiling. Rows end a few pixels short of a vector's worth, and the buffers
+// are exactly as long as the row, for the address sanitizer.
+TEST(Correction, GainsAndWalkAreTheFormulaForEveryWhiteAndSample) {
+    for (const int bits : {8, 16})
+        for (const bool subjectLittle : {true, false})
+            for (const bool whiteLittle : {true, false}) {
+                const int top = bits == 8 ? 255 : 65535;
+                std::vector<std::uint16_t> values;
+                for (int v = 0; v <= top; v += bits == 8 ? 1 : 4369) values.push_back(v);
+                values.insert(values.end(), {1, 2, static_cast<std::uint16_t>(top - 1)});
+                Row subject{bits / 8, subjectLittle, {}}, white{bits / 8, whiteLittle, {}};
+                for (const std::uint16_t g : values)
+                    for (const std::uint16_t s : values) {
+                        subject.Put(s);
+                        subject.Put(static_cast<std::uint16_t>(top - s));
+                        subject.Put(s / 2);
+                        white.Put(static_cast<std::uint16_t>(top));  // never read
+                        white.Put(g);
+                        white.Put(0);
+                    }
+                const std::size_t pixels = subject.bytes.size() / (3 * bits / 8);
+                const PixelLayout whiteLayout = PixelLayout::For(
+                    3 * bits / 8, whiteLittle, static_cast<std::int64_t>(white.bytes.size()));
+                const bool swapped = bits == 16 && subjectLittle != kHostLittleEndian;
+                std::vector<double> gains(pixels);
+                for (const double target :
+                     {0.0, 4.9e-324, 0.5, 99.99999999999999, 150.0, top - 1e-11,
+                      static_cast<double>(top), top + 1.0, top * 10.0, 1e300})
+                    for (const bool apart : {true, false}) {
+                        GainRule rule;
+                        rule.target[1] = target;
+                        rule.Gains(SampleRow::Of(white.bytes.data(), whiteLayout), pixels,
+                                   gains.data());
+                        Row out = subject;
+                        CorrectSpan({out.bytes.data(), pixels, 3, 0, 3, std::size_t(bits / 8),
+                                     swapped, apart ? subject.bytes.data() : nullptr},
+                                    {gains.data(), 1, nullptr, nullptr});
+                        for (std::size_t k = 0; k < pixels * 3; ++k)
+                            ASSERT_EQ(out.Get(k), ExpectedSample(target, white.Get(k / 3 * 3 + 1),
+                                                                 subject.Get(k), bits))
+                                << bits << (subjectLittle ? " le" : " be") << " target " << target
+                                << ", sample " << k;
+                    }
+            }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    DepthsAndOrders, RowIsTheFormula,
-    ::testing::Combine(::testing::Values(8, 16),
-                       ::testing::Values(Orders{true, true}, Orders{true, false},
-                                         Orders{false, true}, Orders{false, false})));
-
-// A row that doesn't end on a whole pixel (a 4-byte pixel read as 16-bit
-// RGB): whole pixels are corrected, the rest comes from the subject, and not
-// a byte past the row is touched.
-TEST(RowCorrection, PartPixelAtTheEndIsCopied) {
-    const std::size_t length = 16;  // two 6-byte pixels and 4 bytes more
-    std::vector<std::uint8_t> subject(length + 8), white(length + 8, 0), out(length + 8, 0xA5);
-    for (std::size_t k = 0; k < subject.size(); ++k) subject[k] = static_cast<std::uint8_t>(k + 1);
-    for (std::size_t k = 0; k < white.size(); k += 2) white[k] = 0x40;  // little-endian 64
-    CorrectRow(PixelLayout::For(4, true, length), true, 128.0, subject.data(), white.data(),
-               out.data());
-    // gain 2 on little-endian samples 0x0201 -> 0x0402 and so on
-    EXPECT_EQ(out[0] | out[1] << 8, 2 * 0x0201);
-    EXPECT_EQ(out[10] | out[11] << 8, 2 * 0x0C0B);
-    for (std::size_t k = 12; k < length; ++k) EXPECT_EQ(out[k], subject[k]);
-    for (std::size_t k = length; k < out.size(); ++k) EXPECT_EQ(out[k], 0xA5);
+// A gain without a value (darkening, 0 / 0) and gains of 0, below 1 and
+// infinite: the fast walk gives what the plain one does.
+TEST(Correction, EveryGainStoresWhatThePlainWalkStores) {
+    const double gains[] = {std::nan(""), 0.0, 0.25, 1.0, 1e300, HUGE_VAL, 3.0, 0.5,
+                            std::nan(""), 2.0, 0.0,  1.5, 7.0,   HUGE_VAL, 1.0, 4.0};
+    std::vector<std::uint8_t> samples(16 * 3);
+    for (std::size_t k = 0; k < samples.size(); ++k) samples[k] = static_cast<std::uint8_t>(k * 5);
+    std::vector<std::uint8_t> fast = samples, plain = samples;
+    CorrectSpan({fast.data(), 16, 3, 0, 3, 1, false}, {gains, 1, nullptr, nullptr});
+    // A plane is walked sample by sample, never in blocks of pixels.
+    for (std::size_t c = 0; c < 3; ++c) {
+        std::vector<std::uint8_t> plane(16);
+        for (std::size_t p = 0; p < 16; ++p) plane[p] = samples[p * 3 + c];
+        CorrectSpan({plane.data(), 16, 1, c, 1, 1, false}, {gains, 1, nullptr, nullptr});
+        for (std::size_t p = 0; p < 16; ++p) plain[p * 3 + c] = plane[p];
+    }
+    EXPECT_EQ(fast, plain);
+    EXPECT_EQ(fast[0], 0);       // no value: 0
+    EXPECT_EQ(fast[3 * 3], 45);  // a gain of 1
 }
 }  // namespace

@@ -240,12 +240,11 @@ TEST(RefusedKind, IsRefusedAsSubjectAndCardWithItsWords) {
         const CliRun white = Equalize({"--white", file, "--output", out, card});
         EXPECT_EQ(subject.code, 1);
         EXPECT_EQ(white.code, 2);
-        EXPECT_EQ(
-            subject.out.rfind((damaged ? "kind.tif: failed: Problem writing equalized TIFF file. "
-                                       : "kind.tif: skipped: this is ") +
-                                  words,
-                              0),
-            0u)
+        EXPECT_EQ(subject.out.rfind((damaged ? "kind.tif: failed: Image data is incomplete: "
+                                             : "kind.tif: skipped: this is ") +
+                                        words,
+                                    0),
+                  0u)
             << subject.out;
         EXPECT_EQ(white.err.rfind((damaged ? "Error: The white card's pixels can't be decoded: "
                                            : "Error: The white card can't be used: this is ") +

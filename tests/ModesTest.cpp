@@ -88,7 +88,7 @@ TEST(CardSmoother, SmoothsToTheExpectedFieldWithItsExtremesWhereRowsHaveThem) {
         std::vector<std::vector<double>> rows(h, row);  // asked bottom to top
         for (std::uint32_t y = h; y-- > 0;) smoother.Row(y, rows[y].data());
         double worst[2] = {};
-        CardSmoother::ChannelExtremes seen{{-1e300, -1e300, -1e300}, {1e300, 1e300, 1e300}};
+        RowExtremes seen{{-1e300, -1e300, -1e300}, {1e300, 1e300, 1e300}};
         for (std::uint32_t y = 0; y < h; ++y) {
             smoother.Row(y, row.data());
             ASSERT_EQ(row, rows[y]) << y;

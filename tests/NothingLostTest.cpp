@@ -30,9 +30,9 @@ TiffSpec Subject(int bits, bool little, std::uint32_t width = 6, std::uint32_t h
     return s;
 }
 
-// Subjects of both byte orders and depths (an 8-bit one against the 16-bit
-// card; one whose name already ends in _eq), and ones that are refused or
-// passed over.
+// Subjects of both byte orders (one whose name already ends in _eq), and ones
+// that are refused (an 8-bit one against the 16-bit card, one of another
+// size, one cut short) or passed over.
 void AddSubjects(BatchRig& rig) {
     rig.AddSubject("a.tif", BuildTiff(Subject(16, true)).bytes);
     rig.AddSubject("b.TIF", BuildTiff(Subject(8, false)).bytes);
@@ -58,8 +58,8 @@ TEST_P(NothingLost, SubjectsKeepEveryByte) {
     AddSubjects(rig);
     const std::filesystem::path subjects = rig.dir.Path() / "subjects";
     const std::filesystem::path outputs = sameFolder ? subjects : rig.dir.Path() / "out";
-    if (ending == Ending::Cancelled) rig.host.cancelAfterPumps = 4 + 2;  // b.TIF, third row
-    if (ending == Ending::SaveDialogCancelled) WriteFile((outputs / "b_eq.tif").string(), "old");
+    if (ending == Ending::Cancelled) rig.host.cancelAfterPumps = 4 + 2;  // c_eq.tif, third row
+    if (ending == Ending::SaveDialogCancelled) WriteFile((outputs / "c_eq_eq.tif").string(), "old");
     const auto before = HashFolder(subjects);
 
     rig.Press(outputs);
@@ -70,13 +70,12 @@ TEST_P(NothingLost, SubjectsKeepEveryByte) {
     EXPECT_EQ(after, before);
     const std::string a = ReadFile((outputs / "a_eq.tif").string());
     EXPECT_EQ(a, ExpectedOutput(Subject(16, true), Card(), Card().pixel(0, 0).g));
-    const bool completed = ending == Ending::Completed;
-    EXPECT_EQ(std::filesystem::exists(outputs / "c_eq_eq.tif"), completed);
-    EXPECT_EQ(rig.host.marks.count(2) == 1, completed);
+    EXPECT_EQ(rig.host.marks.count(2) == 1, ending == Ending::Completed);
     // The save dialog's cancel ends the batch through the nil object handler,
-    // with an empty errstr after a good open.
+    // with an empty errstr after a good open, and leaves the old output.
     if (ending == Ending::SaveDialogCancelled) {
         EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
+        EXPECT_EQ(ReadFile((outputs / "c_eq_eq.tif").string()), "old");
     }
 }
 
@@ -91,45 +90,49 @@ INSTANTIATE_TEST_SUITE_P(Endings, NothingLost,
                                     kEndingNames[int(std::get<1>(info.param))];
                          });
 
-// brisavane-cli writing into the subjects' own folder, killed as soon as a
-// file is in work: the subjects are whole, a file under an output's final
-// name is a whole output, and the file in work has none.
-TEST(NothingLostOnKill, KilledMidFile) {
+// brisavane-cli writing into the subjects' own folder, ended by a signal as
+// soon as one file is done and others are in work: the subjects are whole, a
+// file under an output's final name is a whole output, and nothing else is
+// left. On a file system that makes files without names even SIGKILL leaves
+// nothing; where a file system can't (stood for by a library that refuses
+// such files), the hidden files go with SIGTERM and SIGINT.
+TEST(NothingLostOnSignal, OnlySubjectsAndWholeOutputsStay) {
     constexpr std::uint32_t kWidth = 1500, kHeight = 1000;  // 9 MB a file
-    BatchRig rig(Card(kWidth, kHeight));
-    const std::vector<std::string> names = {"a.tif", "b.tif", "c.tif"};
-    for (const std::string& name : names)
-        rig.AddSubject(name, BuildTiff(Subject(16, name != "b.tif", kWidth, kHeight)).bytes);
-    const std::filesystem::path folder = rig.dir.Path() / "subjects";
-    const auto before = HashFolder(folder);
-
-    std::vector<std::string> argv = {BRISAVANE_CLI,         "equalize", "--white",
-                                     rig.dir / "white.tif", "--output", folder.string()};
-    for (const std::string& name : names) argv.push_back(rig.SubjectPath(name));
-    int out = -1;
-    const pid_t pid = StartProgram(argv, out);
-    ASSERT_GT(pid, 0);
-    const auto inWork = [&] {
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            if (entry.path().extension() == ".part") return true;
-        return false;
-    };
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!inWork() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    ::kill(pid, SIGKILL);
-    const ChildResult killed = WaitForChild(pid, out);
-    ASSERT_EQ(killed.exitCode, -1) << "the program ended before it was killed";
-
-    int leftInWork = 0;
-    for (const auto& [name, hash] : HashFolder(folder)) {
-        if (before.count(name)) {
-            EXPECT_EQ(hash, before.at(name)) << name;
-        } else if (name.ends_with(".part")) {
-            ++leftInWork;
-            const std::string final = name.substr(1, name.find("_eq.tif") + 6);
-            EXPECT_FALSE(std::filesystem::exists(folder / final)) << final;
-        } else {
+    const struct {
+        int signal;
+        bool named;
+    } endings[] = {{SIGKILL, false}, {SIGTERM, true}, {SIGINT, true}};
+    for (const auto& [signal, named] : endings) {
+        SCOPED_TRACE(signal);
+        BatchRig rig(Card(kWidth, kHeight));
+        const std::vector<std::string> names = {"a.tif", "b.tif", "c.tif", "d.tif"};
+        for (const std::string& name : names)
+            rig.AddSubject(name, BuildTiff(Subject(16, name != "b.tif", kWidth, kHeight)).bytes);
+        const std::filesystem::path folder = rig.dir.Path() / "subjects";
+        const auto before = HashFolder(folder);
+        std::vector<std::string> argv = {
+            BRISAVANE_CLI, "equalize",      "--white", rig.dir / "white.tif",
+            "--output",    folder.string(), "--jobs",  "2"};
+        for (const std::string& name : names) argv.push_back(rig.SubjectPath(name));
+        int out = -1;
+        const pid_t pid = StartProgram(argv, out, [named] {
+            if (!named) return;
+            ::setenv("LD_PRELOAD", BRISAVANE_NO_TMPFILE, 1);
+            ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        });
+        ASSERT_GT(pid, 0);
+        char first = 0;
+        while (::read(out, &first, 1) == 1 && first != '\n') {
+        }
+        ::kill(pid, signal);
+        const ChildResult ended = WaitForChild(pid, out);
+        ASSERT_EQ(ended.exitCode, -1) << "the program ended before the signal";
+        for (const auto& [name, hash] : HashFolder(folder)) {
+            if (before.count(name)) {
+                EXPECT_EQ(hash, before.at(name)) << name;
+                continue;
+            }
+            ASSERT_TRUE(name.ends_with("_eq.tif")) << name << " was left";
             const std::string subject = name.substr(0, name.find("_eq.tif")) + ".tif";
             EXPECT_EQ(ReadFile((folder / name).string()),
                       ExpectedOutput(Subject(16, subject != "b.tif", kWidth, kHeight),
@@ -137,6 +140,5 @@ TEST(NothingLostOnKill, KilledMidFile) {
                 << name;
         }
     }
-    EXPECT_GE(leftInWork, 1);  // one for each job at work, a job a core
 }
 }  // namespace

@@ -30,7 +30,9 @@ DecodedRows::DecodedRows(const std::string& path) : image_(path, "rmc") {
     const bool contig = image_.planar == PLANARCONFIG_CONTIG;
     const bool turned = sixteen && image_.bigEndian == kHostLittleEndian;
     straight_ = image_.RowsInPlace() && contig && image_.samples == 3;
-    kind_ = !sixteen ? SampleKind::U8 : straight_ && turned ? SampleKind::U16Swapped : SampleKind::U16;
+    kind_ = !sixteen              ? SampleKind::U8
+            : straight_ && turned ? SampleKind::U16Swapped
+                                  : SampleKind::U16;
     rowBytes_ = std::size_t{image_.width} * 3 * image_.SampleBytes();
     if (image_.RowByRow()) {
         // A reader for each plane keeps each plane's strip decoding in order.
@@ -39,9 +41,8 @@ DecodedRows::DecodedRows(const std::string& path) : image_(path, "rmc") {
             planes_.push_back(std::make_unique<LibtiffFile>(path, LibtiffFile::Mapped{}));
         bandRows_ = 1;
     } else if (image_.RowsInPlace()) {
-        bandRows_ = static_cast<std::uint32_t>(
-            std::clamp<std::size_t>(kBandBytes / std::max<std::size_t>(rowBytes_, 1), 1,
-                                    image_.BandRows()));
+        bandRows_ = static_cast<std::uint32_t>(std::clamp<std::size_t>(
+            kBandBytes / std::max<std::size_t>(rowBytes_, 1), 1, image_.BandRows()));
     } else {
         bandRows_ = image_.BandRows();
     }
@@ -85,16 +86,14 @@ bool DecodedRows::LoadInPlace(std::uint32_t y) {
     const bool swap = image_.bits == 16 && image_.bigEndian == kHostLittleEndian;
     for (std::uint16_t k = 0; k < (contig ? 1 : 3); ++k) {
         const std::uint32_t s = contig ? strip : TIFFComputeStrip(tif, y, k);
-        const std::uint64_t start = TIFFGetStrileOffset(tif, s);
-        const std::uint64_t at = start + std::uint64_t{y - place.y} * place.rowBytes;
-        if (start == 0 || TIFFGetStrileByteCount(tif, s) < std::uint64_t{place.rows} * place.rowBytes ||
-            at > std::uint64_t{INT64_MAX} - length) {
-            error_ = "strip " + std::to_string(s) + " is missing from the file or cut short";
-            return false;
-        }
+        const std::uint64_t at =
+            TIFFGetStrileOffset(tif, s) + std::uint64_t{y - place.y} * place.rowBytes;
+        error_ = image_.ChunkProblem(s, std::uint64_t{place.rows} * place.rowBytes);
+        if (!error_.empty()) return false;
         std::uint8_t* into = straight_ ? BandBytes() : chunk_.data();
-        if (ReadAtPlace(image_.Descriptor(), into, length, static_cast<std::int64_t>(at)) != length) {
-            error_ = "the file ends inside strip " + std::to_string(s);
+        if (ReadAtPlace(image_.Descriptor(), into, length, static_cast<std::int64_t>(at)) !=
+            length) {
+            error_ = "strip " + std::to_string(s) + " is cut short";
             return false;
         }
         if (straight_) continue;

@@ -267,13 +267,19 @@ LibtiffFile::Place LibtiffFile::PlaceOf(std::uint32_t chunk) const {
             tileWidth * pixelBytes};
 }
 
+std::string LibtiffFile::ChunkProblem(std::uint32_t chunk, std::uint64_t needed) const {
+    const std::string what = (tiled ? "tile " : "strip ") + std::to_string(chunk);
+    const std::uint64_t start = TIFFGetStrileOffset(tif_, chunk);
+    const std::uint64_t count = TIFFGetStrileByteCount(tif_, chunk);
+    if (start == 0 || count == 0) return what + " is missing from the file";
+    const std::uint64_t size = Client::Size(client_.get());
+    if (count < needed || start > size || size - start < needed) return what + " is cut short";
+    return "";
+}
+
 tmsize_t LibtiffFile::ReadChunk(std::uint32_t chunk, std::uint8_t* buffer) {
-    // libtiff decodes a strip or tile the file holds no bytes of as zeros, a
-    // black band that would pass for pixels: a file with one missing is damaged.
-    if (TIFFGetStrileByteCount(tif_, chunk) == 0 || TIFFGetStrileOffset(tif_, chunk) == 0) {
-        if (error_.empty())
-            error_ =
-                (tiled ? "tile " : "strip ") + std::to_string(chunk) + " is missing from the file";
+    if (const std::string problem = ChunkProblem(chunk, 1); !problem.empty()) {
+        if (error_.empty()) error_ = problem;
         return -1;
     }
     const auto size = static_cast<tmsize_t>(ChunkBytes());

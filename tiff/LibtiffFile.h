@@ -84,6 +84,11 @@ class LibtiffFile {
     // Decodes one strip or tile into buffer (ChunkBytes() long); the decoded
     // length, or -1 with the reason in Error().
     tmsize_t ReadChunk(std::uint32_t chunk, std::uint8_t* buffer);
+    // Why a strip or tile can't be read where the directory puts it: none
+    // there (no offset or no bytes), or fewer bytes than `needed` in the file;
+    // empty when it can. A strip the file holds none of would decode as a
+    // black band that passes for pixels.
+    std::string ChunkProblem(std::uint32_t chunk, std::uint64_t needed) const;
 
   private:
     struct Client;

@@ -169,7 +169,8 @@ bool CardBuild::TakeFirst(const LibtiffFile& probe, TiffOpening opening) {
     if (probe.width == 0 || probe.height == 0)
         return Refuse(CardVerdict::NoPixels, NoPixelsText(probe.width, probe.height));
     if (const std::string unusable = probe.Unusable(); !unusable.empty())
-        return Refuse(CardVerdict::Unusable, "Error: The white card can't be used: this is " + unusable);
+        return Refuse(CardVerdict::Unusable,
+                      "Error: The white card can't be used: this is " + unusable);
     if (opening == TiffOpening::Incomplete && probe.OneStripPlain())
         return Refuse(CardVerdict::Incomplete, kIncompleteText);
     width_ = probe.width;
@@ -185,8 +186,14 @@ bool CardBuild::TakeFirst(const LibtiffFile& probe, TiffOpening opening) {
     r.LittleEndian = !probe.bigEndian;
     straight_ = probe.RowsInPlace() && probe.planar == PLANARCONFIG_CONTIG && probe.samples == 3;
     rowsPerStrip_ = std::min(probe.rowsPerStrip, probe.height);
-    for (std::uint32_t k = 0; straight_ && k < probe.Chunks(); ++k)
+    for (std::uint32_t k = 0; straight_ && k < probe.Chunks(); ++k) {
+        const LibtiffFile::Place place = probe.PlaceOf(k);
+        if (std::string problem = probe.ChunkProblem(k, std::uint64_t{place.rows} * place.rowBytes);
+            !problem.empty())
+            return Refuse(CardVerdict::Undecodable,
+                          "Error: The white card's pixels can't be decoded: " + problem);
         strips_.push_back(TIFFGetStrileOffset(probe.Handle(), k));
+    }
     TakeProfile(ProfileOf(probe));
     if (straight_ && card_->modes_.cards.size() == 1 && card_->modes_.dark.empty()) return true;
     shots_.push_back(std::make_unique<DecodedRows>(card_->modes_.cards.front()));
@@ -199,8 +206,9 @@ bool CardBuild::OpenFurther(const std::string& path, const std::string& what,
     rows = std::make_unique<DecodedRows>(path);
     const LibtiffFile& image = rows->Image();
     if (!rows->Opened())
-        return Refuse(CardVerdict::Mismatched,
-                      what + " can't be read" + (image.Error().empty() ? "" : ": " + image.Error()));
+        return Refuse(
+            CardVerdict::Mismatched,
+            what + " can't be read" + (image.Error().empty() ? "" : ": " + image.Error()));
     if (const std::string unusable = image.Unusable(); !unusable.empty())
         return Refuse(CardVerdict::Mismatched, what + " can't be used: this is " + unusable);
     if (image.width != width_ || image.height != height_ || image.bits != card_->bits_)
@@ -293,7 +301,8 @@ bool CardBuild::ReadFailed() {
         if (why.empty()) why = shot->Error();
     if (why.empty() && dark_) why = dark_->Error();
     if (why.empty()) why = "the file ends before its last pixel row";
-    return Refuse(CardVerdict::Undecodable, "Error: The white card's pixels can't be decoded: " + why);
+    return Refuse(CardVerdict::Undecodable,
+                  "Error: The white card's pixels can't be decoded: " + why);
 }
 
 // Row y as the subjects will be corrected by it: one shot less the dark frame
@@ -306,21 +315,24 @@ SampleRow CardBuild::Combined(std::uint32_t y) {
     if (dark_) {
         const SampleRow row = dark_->Row(y);
         if (!row) return {};
-        for (std::size_t i = 0; i < values; ++i) darkRow_[i] = static_cast<std::uint16_t>(row.At(i));
+        for (std::size_t i = 0; i < values; ++i)
+            darkRow_[i] = static_cast<std::uint16_t>(row.At(i));
         dark = darkRow_.data();
     }
     std::fill(colours_.begin(), colours_.end(), 0u);
     for (const auto& shot : shots_) {
         const SampleRow row = shot->Row(y);
         if (!row) return {};
-        for (std::size_t i = 0; i < values; ++i) colours_[i] += static_cast<std::uint32_t>(row.At(i));
+        for (std::size_t i = 0; i < values; ++i)
+            colours_[i] += static_cast<std::uint32_t>(row.At(i));
     }
     if (shots_.size() == 1 && dark)
         for (std::size_t i = 0; i < values; ++i)
             colours_[i] = colours_[i] > dark[i] ? colours_[i] - dark[i] : 0;
     if (!card_->store_->Append(colours_.data(), dark)) return {};
     if (shots_.size() == 1) {
-        for (std::size_t i = 0; i < values; ++i) samples_[i] = static_cast<std::uint16_t>(colours_[i]);
+        for (std::size_t i = 0; i < values; ++i)
+            samples_[i] = static_cast<std::uint16_t>(colours_[i]);
         return {samples_.data(), SampleKind::U16};
     }
     const auto shots = static_cast<double>(shots_.size());
@@ -428,8 +440,9 @@ std::shared_ptr<const ToneCurves> CardSource::CurvesOf(const LibtiffFile& file,
 
 std::shared_ptr<Picture> CardSource::Preview(std::int64_t width, std::int64_t height) const {
     CardReader rows(*this, 1, true);
-    return DecimatedPicture(Width(), Height(), Width(), Bits() == 8, width, height,
-                            [&rows](std::int64_t y) { return rows.FullRow(static_cast<std::uint32_t>(y)); });
+    return DecimatedPicture(
+        Width(), Height(), Width(), Bits() == 8, width, height,
+        [&rows](std::int64_t y) { return rows.FullRow(static_cast<std::uint32_t>(y)); });
 }
 
 CardRun::CardRun(std::shared_ptr<const CardSource> card, double amountToApply)
@@ -441,5 +454,6 @@ CardRun::CardRun(std::shared_ptr<const CardSource> card, double amountToApply)
     rule_.rgb = modes.channels == GainChannels::Rgb;
     rule_.darken = modes.darken;
     if (modes.maxGain) rule_.cap = *modes.maxGain;
-    if (card_->FromSamples() && card_->Curves()) table_.emplace(rule_, card_->Bits(), card_->Curves());
+    if (card_->FromSamples() && card_->Curves())
+        table_.emplace(rule_, card_->Bits(), card_->Curves());
 }

@@ -7,10 +7,10 @@
 #include <string>
 
 #include "Batch.h"
+#include "CardSource.h"
 #include "FakeBatchHost.h"
 #include "TempFolder.h"
 #include "TiffBuilder.h"
-#include "WhiteCard.h"
 #include "WindowState.h"
 
 // A card darker away from its top left corner, where its brightest green is.
@@ -54,8 +54,11 @@ struct BatchRig {
         std::filesystem::create_directories(dir.Path() / "subjects");
         std::filesystem::create_directories(dir.Path() / "out");
         testing_tiff::WriteFile(dir / "white.tif", testing_tiff::BuildTiff(white).bytes);
-        std::string error;
-        state.Tiffb = LoadWhiteCard(dir / "white.tif", error);
+        CorrectionModes modes;
+        modes.cards = {dir / "white.tif"};
+        CardProblem problem;
+        state.card = CardSource::Open(modes, {}, problem);
+        if (state.card) state.Tiffb = state.card->SharedRecord();
         state.WhiteOpened = true;
         state.fsubject = std::make_shared<FolderItem>(dir.Path() / "subjects");
     }
