@@ -1,6 +1,5 @@
 #include "LibtiffRoad.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -48,6 +47,7 @@ class LibtiffPass {
     LibtiffRoadEnd InPlace();
     LibtiffRoadEnd Chunks();
     LibtiffRoadEnd RowByRow();
+    bool MakeRoomAtTheEnd();
     // One row's piece: false when the user stopped the pass before it;
     // else the piece corrected in place, its previews drawn, the progress
     // moved and the events pumped.
@@ -61,7 +61,7 @@ class LibtiffPass {
     LibtiffRoadEnd Cancelled() const {
         host_.EqualizeProgress().SetVisible(false);
         host_.SetSubjectStatus("");
-        return {RowPassEnd::Cancelled};
+        return {RowPassEnd::Cancelled, {}};
     }
     LibtiffRoadEnd Finish(LibtiffFile* copy);
     std::uint32_t ColourPlanes() const { return image_.planar == PLANARCONFIG_SEPARATE ? 3 : 1; }
@@ -217,13 +217,29 @@ LibtiffRoadEnd LibtiffPass::Chunks() {
     return Finish(&copy);
 }
 
+// libtiff writes a strip over the old one when the first piece it is given
+// fits there, and appends the pieces after it without looking again: a strip
+// written a row at a time that grows would run over whatever follows. So
+// each colour strip is first cut to one byte where it stood; written anew, it
+// then goes to the end of the file whole.
+bool LibtiffPass::MakeRoomAtTheEnd() {
+    LibtiffFile copy(files_.output, files_.outputName, "r+m");
+    if (!copy.Handle() || !copy.SameLayout(image_)) return false;
+    std::uint8_t placeholder = 0;
+    for (std::uint32_t k = 0; k < image_.Chunks(); ++k)
+        if (Rewritten(image_.PlaceOf(k)) &&
+            TIFFWriteRawStrip(copy.Handle(), k, &placeholder, 1) != 1)
+            return false;
+    return TIFFFlush(copy.Handle()) != 0;
+}
+
 // A strip too large to hold: decoded from a mapping of the subject and
 // encoded again a row at a time, a reader for each plane. A stop inside
-// leaves the copy's directory as it was, so every strip is the subject's own.
+// leaves the subject's own bytes in the copy, its directory too.
 LibtiffRoadEnd LibtiffPass::RowByRow() {
+    if (!MakeRoomAtTheEnd()) return Failed("the copy's strips can't be written");
     LibtiffFile copy(files_.output, files_.outputName, "r+m");
     if (!copy.Handle()) return Failed(copy.Error());
-    if (!copy.SameLayout(image_)) return Failed("the copy's strips differ from the subject's");
     TIFF* tif = copy.Handle();
     TIFFWriteBufferSetup(tif, nullptr, 1 << 20);
     data_.resize(static_cast<std::size_t>(TIFFScanlineSize64(image_.Handle())));
@@ -238,9 +254,7 @@ LibtiffRoadEnd LibtiffPass::RowByRow() {
             const int colour = ColourPlanes() == 3 ? k : -1;
             if (!Row({y, 0, image_.width, colour}, data_.data(), false)) {
                 copy.Stop();
-                struct stat subject {};
-                if (::fstat(image_.Descriptor(), &subject) == 0)
-                    ::ftruncate(files_.output, subject.st_size);
+                CopyAround(TIFFFileName(image_.Handle()), files_.output, {});
                 return Cancelled();
             }
             if (TIFFWriteScanline(tif, data_.data(), y, k) < 0)

@@ -10,7 +10,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <string_view>
+
 #include <tuple>
+#include "PositionedIO.h"
 
 namespace {
 // The compressions that give back exactly the bytes they were given.
@@ -59,6 +61,9 @@ struct LibtiffFile::Client {
     void* base = nullptr;
     std::size_t size = 0;
     bool stopped = false;
+    // The client's own place in the file: a descriptor duplicated for another
+    // handle on the same file shares the system's.
+    off_t at = 0;
 
     ~Client() {
         if (base) ::munmap(base, size);
@@ -66,14 +71,29 @@ struct LibtiffFile::Client {
     }
     static Client& Of(thandle_t handle) { return *static_cast<Client*>(handle); }
     static tmsize_t Read(thandle_t h, void* buffer, tmsize_t size) {
-        return ::read(Of(h).fd, buffer, static_cast<std::size_t>(size));
+        Client& c = Of(h);
+        const std::size_t got = ReadAtPlace(c.fd, static_cast<std::uint8_t*>(buffer),
+                                            static_cast<std::size_t>(size), c.at);
+        c.at += static_cast<off_t>(got);
+        return static_cast<tmsize_t>(got);
     }
     static tmsize_t Write(thandle_t h, void* buffer, tmsize_t size) {
-        if (Of(h).stopped) return -1;
-        return ::write(Of(h).fd, buffer, static_cast<std::size_t>(size));
+        Client& c = Of(h);
+        if (c.stopped || !WriteAtPlace(c.fd, static_cast<const std::uint8_t*>(buffer),
+                                       static_cast<std::size_t>(size), c.at))
+            return -1;
+        c.at += static_cast<off_t>(size);
+        return size;
     }
     static toff_t Seek(thandle_t h, toff_t offset, int whence) {
-        return static_cast<toff_t>(::lseek(Of(h).fd, static_cast<off_t>(offset), whence));
+        Client& c = Of(h);
+        const off_t base = whence == SEEK_CUR   ? c.at
+                           : whence == SEEK_END ? static_cast<off_t>(Size(h))
+                                                : 0;
+        const off_t place = base + static_cast<off_t>(offset);
+        if (place < 0) return static_cast<toff_t>(-1);
+        c.at = place;
+        return static_cast<toff_t>(place);
     }
     static int Close(thandle_t) { return 0; }
     static toff_t Size(thandle_t h) {
