@@ -140,6 +140,12 @@ void WriteSubject(const fs::path& path, int bits, const std::vector<std::uint8_t
     });
 }
 
+void WriteDarkFrame(const fs::path& path, int bits) {
+    WriteTiff(path, bits, {}, [](std::uint32_t x, std::uint32_t y, int c) {
+        return 0.01 + 0.002 * ((x * 7 + y * 13 + static_cast<std::uint32_t>(c)) % 5);
+    });
+}
+
 void Warm(const std::vector<fs::path>& files) {
     std::vector<char> chunk(1 << 20);
     for (const fs::path& file : files) {
@@ -168,7 +174,14 @@ int RunAtDepths(int argc, char** argv, const DepthBench& bench, const std::vecto
         return 2;
     }
     const fs::path dir = pattern;
-    for (const int bits : depths) bench(cli, dir, bits, runs);
+    std::vector<std::string> clis = {cli};
+    if (const char* before = std::getenv("BRISAVANE_BENCH_BEFORE")) {
+        clis.push_back(fs::absolute(before).string());
+        std::printf("before: %s\n", clis.back().c_str());
+    }
+    ::setenv("TMPDIR", dir.c_str(), 1);
+    std::printf("scratch files in %s\n", dir.c_str());
+    for (const int bits : depths) bench(clis, dir, bits, runs);
     fs::remove_all(dir);
     return 0;
 }

@@ -58,6 +58,8 @@ void WriteWhiteCard(const std::filesystem::path& path, int bits,
                     const std::vector<std::uint8_t>& icc = {});
 void WriteSubject(const std::filesystem::path& path, int bits,
                   const std::vector<std::uint8_t>& icc = {});
+// A dark frame of the same size: the sensor's own faint signal, lens capped.
+void WriteDarkFrame(const std::filesystem::path& path, int bits);
 
 // Reads the files through once, so that they are in the page cache: a machine
 // that hands idle pages back would otherwise make a run read from the disk.
@@ -68,14 +70,22 @@ void Warm(const std::vector<std::filesystem::path>& files);
 // and then, up to ten times as long as a copy takes.
 void Empty(const std::filesystem::path& folder);
 
-// One benchmark at one sample depth, its files in dir.
-using DepthBench = std::function<void(const std::string& cli, const std::filesystem::path& dir,
-                                      int bits, int runs)>;
+// One benchmark at one sample depth, its files in dir: for each brisavane-cli
+// given (this build's, then an earlier one's when BRISAVANE_BENCH_BEFORE names
+// it), the same runs, taking turns with each other.
+using DepthBench = std::function<void(const std::vector<std::string>& clis,
+                                      const std::filesystem::path& dir, int bits, int runs)>;
+
+// How a line of the k-th brisavane-cli's figures begins: "" or "before: ".
+inline const char* Who(std::size_t k) {
+    return k == 0 ? "" : "before: ";
+}
 
 // Takes [brisavane-cli] [runs] [folder] from the command line and runs the
 // benchmark at each depth given in a temporary folder made in folder (/tmp if
 // not given; a tmpfs such as /dev/shm gives the steadiest figures), removed at
-// the end; the exit status.
+// the end; the exit status. The programs' scratch files (TMPDIR) go into that
+// folder too: in a tmpfs their pages count in no process's resident size.
 int RunAtDepths(int argc, char** argv, const DepthBench& bench, const std::vector<int>& depths);
 inline int RunInBothDepths(int argc, char** argv, const DepthBench& bench) {
     return RunAtDepths(argc, argv, bench, {16, 8});

@@ -29,7 +29,57 @@ namespace {
 // and then held to one core, show what the second core brings.
 constexpr int kSubjects = 8;
 
-void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
+// The runs of one brisavane-cli: one subject, the 8 one at a time, by
+// default and held to one core, and the card's scan.
+std::vector<Job> Runs(const std::string& cli, const fs::path& white, const fs::path& many,
+                      const fs::path& out, const std::vector<fs::path>& inputs) {
+    const auto prepare = [&out](std::vector<fs::path> files) {
+        return [&out, files] {
+            Empty(out);
+            Warm(files);
+        };
+    };
+    const std::vector<std::string> equalize = {cli,        "equalize",  "--white", white.string(),
+                                               "--output", out.string()};
+    const auto with = [&](std::vector<std::string> front, const fs::path& subjects) {
+        std::vector<std::string> argv = std::move(front);
+        argv.insert(argv.end(), equalize.begin(), equalize.end());
+        argv.push_back(subjects.string());
+        return argv;
+    };
+    std::vector<std::string> oneJob = with({}, many);
+    oneJob.insert(oneJob.begin() + 2, {"--jobs", "1"});
+    const fs::path subject = many / "subject0.tif";
+    return {Program(with({}, subject), prepare({white, subject})), Program(oneJob, prepare(inputs)),
+            Program(with({}, many), prepare(inputs)),
+            Program(with({"/usr/bin/taskset", "-c", "0"}, many), prepare(inputs)),
+            Program({cli, "analyze", white.string()}, prepare({white}))};
+}
+
+void Report(const char* who, const Run& cp, const Run& read, const Run* r, double megabytes) {
+    const Run &one = r[0], &serial = r[1], &both = r[2], &pinned = r[3], &scan = r[4];
+    const double each = (serial.seconds - one.seconds) / (kSubjects - 1);
+    const double eachCpu = (serial.user + serial.system - one.user - one.system) / (kSubjects - 1);
+    long peak = 0;
+    for (const Run& run : {one, serial, both, pinned}) peak = std::max(peak, run.peakKiB);
+    const char* labels[] = {"equalize, one subject", "equalize, 8 subjects, --jobs 1",
+                            "equalize, 8 subjects", "equalize, 8 subjects, taskset -c 0",
+                            "analyze (the white card scan)"};
+    for (int k = 0; k < 5; ++k) Print((std::string(who) + labels[k]).c_str(), r[k]);
+    std::printf("  %s1. each further subject   %6.3f s  %5.2f x cp   (target <= 2.0; CPU %.2f x)\n",
+                who, each, each / cp.seconds, eachCpu / CpuSeconds(cp));
+    std::printf("  %s2. white card scan                   %5.2f x cat  (target <= 1.5; CPU %.2f x)\n",
+                who, scan.seconds / read.seconds, CpuSeconds(scan) / CpuSeconds(read));
+    std::printf("  %s3. one subject, start and scan in    %5.2f x cp   (target <= 3.0; CPU %.2f x)\n",
+                who, one.seconds / cp.seconds, CpuSeconds(one) / CpuSeconds(cp));
+    std::printf("  %s4. 8 subjects, files/s on all cores  %5.2f x one core (target >= 1.7)\n", who,
+                pinned.seconds / both.seconds);
+    std::printf("  %s6. peak memory of equalize  %7.1f MiB       (target <= 16)\n", who,
+                peak / 1024.0);
+    std::printf("  %s(%.0f MB/s a further subject)\n", who, megabytes / each);
+}
+
+void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, int runs) {
     const fs::path white = dir / ("white" + std::to_string(bits) + ".tif");
     const fs::path many = dir / ("subjects" + std::to_string(bits));
     const fs::path subject = many / "subject0.tif";
@@ -41,58 +91,27 @@ void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
         fs::copy_file(subject, many / ("subject" + std::to_string(k) + ".tif"));
     std::vector<fs::path> inputs = {white};
     for (const auto& entry : fs::directory_iterator(many)) inputs.push_back(entry.path());
-    const auto prepare = [&](std::vector<fs::path> files) {
+    const auto warm = [&out](std::vector<fs::path> files) {
         return [&out, files] {
             Empty(out);
             Warm(files);
         };
     };
+    std::vector<Job> jobs = {
+        Program({"/bin/cp", subject.string(), (out / "copy.tif").string()}, warm({subject})),
+        Program({"/bin/cat", white.string()}, warm({white}))};
+    for (const std::string& cli : clis) {
+        const std::vector<Job> runs = Runs(cli, white, many, out, inputs);
+        jobs.insert(jobs.end(), runs.begin(), runs.end());
+    }
+    const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
     const double megabytes = static_cast<double>(fs::file_size(subject)) / 1e6;
-    const std::vector<std::string> equalize = {cli,        "equalize",  "--white", white.string(),
-                                               "--output", out.string()};
-    const auto with = [&](std::vector<std::string> front, const fs::path& subjects) {
-        std::vector<std::string> argv = std::move(front);
-        argv.insert(argv.end(), equalize.begin(), equalize.end());
-        argv.push_back(subjects.string());
-        return argv;
-    };
-    std::vector<std::string> oneJob = with({}, many);
-    oneJob.insert(oneJob.begin() + 2, {"--jobs", "1"});
-
-    const std::vector<Run> inTurn = MeasureInTurn(
-        {Program({"/bin/cp", subject.string(), (out / "copy.tif").string()}, prepare({subject})),
-         Program(with({}, subject), prepare({white, subject})), Program(oneJob, prepare(inputs)),
-         Program(with({}, many), prepare(inputs)),
-         Program(with({"/usr/bin/taskset", "-c", "0"}, many), prepare(inputs)),
-         Program({cli, "analyze", white.string()}, prepare({white})),
-         Program({"/bin/cat", white.string()}, prepare({white}))},
-        runs);
-    const Run &cp = inTurn[0], &one = inTurn[1], &serial = inTurn[2], &both = inTurn[3],
-              &pinned = inTurn[4], &scan = inTurn[5], &read = inTurn[6];
-    const double each = (serial.seconds - one.seconds) / (kSubjects - 1);
-    const double eachCpu = (serial.user + serial.system - one.user - one.system) / (kSubjects - 1);
-    long peak = 0;
-    for (const Run& r : {one, serial, both, pinned}) peak = std::max(peak, r.peakKiB);
-
     std::printf("%d-bit, %u x %u, %.1f MB a file, median of %d rounds\n", bits, kWidth, kHeight,
                 megabytes, runs);
-    Print("cp of the subject", cp);
-    Print("equalize, one subject", one);
-    Print("equalize, 8 subjects, --jobs 1", serial);
-    Print("equalize, 8 subjects", both);
-    Print("equalize, 8 subjects, taskset -c 0", pinned);
-    Print("analyze (the white card scan)", scan);
-    Print("cat of the white card", read);
-    std::printf("  1. each further subject   %6.3f s  %5.2f x cp   (target <= 2.0; CPU %.2f x)\n",
-                each, each / cp.seconds, eachCpu / CpuSeconds(cp));
-    std::printf("  2. white card scan                   %5.2f x cat  (target <= 1.5; CPU %.2f x)\n",
-                scan.seconds / read.seconds, CpuSeconds(scan) / CpuSeconds(read));
-    std::printf("  3. one subject, start and scan in    %5.2f x cp   (target <= 3.0; CPU %.2f x)\n",
-                one.seconds / cp.seconds, CpuSeconds(one) / CpuSeconds(cp));
-    std::printf("  4. 8 subjects, files/s on all cores  %5.2f x one core (target >= 1.7)\n",
-                pinned.seconds / both.seconds);
-    std::printf("  6. peak memory of equalize  %7.1f MiB       (target <= 16)\n", peak / 1024.0);
-    std::printf("  (%.0f MB/s a further subject)\n", megabytes / each);
+    Print("cp of the subject", inTurn[0]);
+    Print("cat of the white card", inTurn[1]);
+    for (std::size_t k = 0; k < clis.size(); ++k)
+        Report(Who(k), inTurn[0], inTurn[1], &inTurn[2 + 5 * k], megabytes);
 }
 }  // namespace
 

@@ -97,37 +97,51 @@ Job WindowJob(const fs::path& white, const fs::path& subjects, const fs::path& o
     };
 }
 
-void Bench(const std::string& cli, const fs::path& dir, int bits, int runs) {
-    const fs::path white = dir / ("white" + std::to_string(bits) + ".tif");
-    const fs::path subjects = dir / ("subjects" + std::to_string(bits));
-    const fs::path out = dir / "out";
-    fs::create_directories(subjects);
-    WriteWhiteCard(white, bits);
-    WriteSubject(subjects / "subject0.tif", bits);
-
+// The window against the command line on one subject: previews on and off.
+void Compare(const char* what, const std::vector<std::string>& clis, const fs::path& white,
+             const fs::path& subjects, const fs::path& subject, const fs::path& out, int runs) {
     std::vector<double> shownProcess, bareProcess;
-    const std::vector<Run> inTurn =
-        MeasureInTurn({Program({cli, "equalize", "--white", white.string(), "--output",
-                                out.string(), (subjects / "subject0.tif").string()},
-                               [&] {
-                                   Empty(out);
-                                   Warm({white, subjects / "subject0.tif"});
-                               }),
-                       WindowJob(white, subjects, out, true, shownProcess),
-                       WindowJob(white, subjects, out, false, bareProcess)},
-                      runs);
-    const Run &command = inTurn[0], &shown = inTurn[1], &bare = inTurn[2];
-    std::printf("%d-bit, %u x %u, median of %d rounds\n", bits, kWidth, kHeight, runs);
-    Print("brisavane-cli equalize, one subject", command);
+    std::vector<Job> jobs = {WindowJob(white, subjects, out, true, shownProcess),
+                             WindowJob(white, subjects, out, false, bareProcess)};
+    for (const std::string& cli : clis)
+        jobs.push_back(Program(
+            {cli, "equalize", "--white", white.string(), "--output", out.string(), subject.string()},
+            [&] {
+                Empty(out);
+                Warm({white, subject});
+            }));
+    const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
+    const Run &shown = inTurn[0], &bare = inTurn[1], &command = inTurn[2];
+    std::printf("%s, median of %d rounds\n", what, runs);
+    for (std::size_t k = 0; k < clis.size(); ++k)
+        Print((std::string(Who(k)) + "brisavane-cli equalize, one subject").c_str(), inTurn[2 + k]);
     Print("window, Open to the end of Process", shown);
     Print("window with previews off", bare);
     std::printf("  window, Process alone                    %7.3f s  (previews off %.3f s)\n",
                 Median(shownProcess), Median(bareProcess));
     std::printf(
-        "  5. window / command line   %5.2f   (target <= 1.2; previews off %.2f;"
+        "  window / command line   %5.2f   (target <= 1.2; previews off %.2f;"
         " CPU %.2f x, previews off %.2f x)\n",
         shown.seconds / command.seconds, bare.seconds / command.seconds,
         CpuSeconds(shown) / CpuSeconds(command), CpuSeconds(bare) / CpuSeconds(command));
+}
+
+void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, int runs) {
+    const std::string depth = std::to_string(bits);
+    const fs::path white = dir / ("white" + depth + ".tif");
+    const fs::path subjects = dir / ("subjects" + depth), lzwSubjects = dir / ("lzw" + depth);
+    const fs::path out = dir / "out";
+    fs::create_directories(subjects);
+    fs::create_directories(lzwSubjects);
+    WriteWhiteCard(white, bits);
+    WriteSubject(subjects / "subject0.tif", bits);
+    Execute({"/usr/bin/tiffcp", "-r", "16", "-c", "lzw:2", (subjects / "subject0.tif").string(),
+             (lzwSubjects / "subject0.tif").string()});
+    const std::string size = std::to_string(kWidth) + " x " + std::to_string(kHeight);
+    Compare(("5. " + depth + "-bit, " + size).c_str(), clis, white, subjects,
+            subjects / "subject0.tif", out, runs);
+    Compare((depth + "-bit, " + size + ", the subject in LZW strips of 16 rows").c_str(), clis,
+            white, lzwSubjects, lzwSubjects / "subject0.tif", out, runs);
 }
 }  // namespace
 

@@ -6,7 +6,7 @@
 namespace {
 // Gains are worked out for this many pixels at a time, so that they are read
 // back from the nearest cache rather than from a row of them.
-constexpr std::size_t kStretch = 256;
+constexpr std::size_t kStretch = 1024;
 
 // Pixels from to from + count of a span.
 SampleSpan Part(const SampleSpan& span, std::size_t from, std::size_t count) {
@@ -32,7 +32,6 @@ SubjectCorrection::SubjectCorrection(const CardRun& run, std::uint32_t bandRows,
       // them over does.
       second_(spareCore && (curves_ || run.Card().Smoothed()) ? std::make_unique<SecondThread>()
                                                              : nullptr) {
-    figures_.smallestGain = std::numeric_limits<double>::infinity();
     if (second_ && bandRows_ == 1)
         aheadGains_.resize(std::size_t{run.Card().Width()} * run.Rule().GainsPerPixel());
 }
@@ -44,16 +43,6 @@ std::size_t SubjectCorrection::Gains(const SampleRow& card, std::size_t pixels,
     const GainTable* table = run_.Table();
     if (table && card.kind != SampleKind::F64) return table->Gains(card, pixels, gains);
     return run_.Rule().Gains(card, pixels, gains);
-}
-
-void SubjectCorrection::Note(const double* gains, std::size_t count, CorrectionFigures& figures) {
-    double low = figures.smallestGain, high = figures.largestGain;
-    for (std::size_t i = 0; i < count; ++i) {
-        low = gains[i] < low ? gains[i] : low;
-        high = gains[i] > high ? gains[i] : high;
-    }
-    figures.smallestGain = low;
-    figures.largestGain = high;
 }
 
 // Row y's card from pixel x on: the whole row's gains where the second thread
@@ -96,33 +85,29 @@ bool SubjectCorrection::Correct(std::uint32_t y, std::uint32_t x, const SampleSp
     // Only now: reading the card's band may move the dark frame's on.
     const std::uint16_t* dark = card_.DarkRow(y);
     if ((!card.gains && !card.numbers) || (run_.Card().Store().HasDark() && !dark)) return false;
-    hands_[0] = hands_[1] = {0, figures_.smallestGain, figures_.largestGain};
+    std::size_t capped[2] = {0, 0};
     const std::size_t half = span.pixels / 2;
     if (second_ && half >= kStretch)
         second_->Together(
             [&] {
-                CorrectPart(card, dark, x + static_cast<std::uint32_t>(half),
-                            Part(span, half, span.pixels - half), 1);
+                capped[1] = CorrectPart(card, dark, x + static_cast<std::uint32_t>(half),
+                                        Part(span, half, span.pixels - half), 1);
             },
-            [&] { CorrectPart(card, dark, x, Part(span, 0, half), 0); });
+            [&] { capped[0] = CorrectPart(card, dark, x, Part(span, 0, half), 0); });
     else
-        CorrectPart(card, dark, x, span, 0);
-    if (card.gains) Note(card.gains, span.pixels * run_.Rule().GainsPerPixel(), hands_[0]);
-    figures_.smallestGain = std::min(hands_[0].smallestGain, hands_[1].smallestGain);
-    figures_.largestGain = std::max(hands_[0].largestGain, hands_[1].largestGain);
+        capped[0] = CorrectPart(card, dark, x, span, 0);
     // A planar subject's pixel is met once a plane; it counts once.
     if (span.firstColour == 0)
-        figures_.cappedPixels +=
-            card.gains ? card.capped : hands_[0].cappedPixels + hands_[1].cappedPixels;
+        figures_.cappedPixels += card.gains ? card.capped : capped[0] + capped[1];
     Ahead(y + 1);
     return true;
 }
 
 // Pixels x on of the card's row, a stretch at a time, with the gains of one
 // hand (the calling thread's or the second thread's); how many were capped.
-void SubjectCorrection::CorrectPart(const CardRow& card, const std::uint16_t* dark,
-                                    std::uint32_t x, const SampleSpan& span, int hand) {
-    CorrectionFigures& met = hands_[hand];
+std::size_t SubjectCorrection::CorrectPart(const CardRow& card, const std::uint16_t* dark,
+                                           std::uint32_t x, const SampleSpan& span, int hand) {
+    std::size_t capped = 0;
     const std::size_t perPixel = run_.Rule().GainsPerPixel();
     for (std::size_t from = 0; from < span.pixels; from += kStretch) {
         const std::size_t count = std::min(kStretch, span.pixels - from);
@@ -130,10 +115,10 @@ void SubjectCorrection::CorrectPart(const CardRow& card, const std::uint16_t* da
         if (card.gains) {
             gains = card.gains + (x + from) * perPixel;
         } else {
-            met.cappedPixels += Gains(card.numbers.From(x - card.x + from), count, gains_[hand].data());
-            Note(gains, count * perPixel, met);
+            capped += Gains(card.numbers.From(x - card.x + from), count, gains_[hand].data());
         }
         CorrectSpan(Part(span, from, count),
                     {gains, perPixel, dark ? dark + (x + from) * 3 : nullptr, curves_.get()});
     }
+    return capped;
 }

@@ -13,7 +13,6 @@
 // What a subject's correction came to, for the result line and its figures.
 struct CorrectionFigures {
     std::uint64_t cappedPixels = 0;  // where a gain was held at the cap
-    double smallestGain = 0.0, largestGain = 0.0;
 };
 
 // One subject's correction by the run's card, whatever road read its pixels:
@@ -47,16 +46,16 @@ class SubjectCorrection {
     CardRow CardAt(std::uint32_t y, std::uint32_t x, std::uint32_t count);
     void Ahead(std::uint32_t y);
     std::size_t Gains(const SampleRow& card, std::size_t pixels, double* gains) const;
-    void CorrectPart(const CardRow& card, const std::uint16_t* dark, std::uint32_t x,
-                     const SampleSpan& span, int hand);
-    static void Note(const double* gains, std::size_t count, CorrectionFigures& figures);
+    // Corrects with one hand's gains (the calling thread's or the second
+    // thread's); gives how many pixels had a gain capped.
+    std::size_t CorrectPart(const CardRow& card, const std::uint16_t* dark, std::uint32_t x,
+                            const SampleSpan& span, int hand);
 
     const CardRun& run_;
     CardReader card_;
     std::shared_ptr<const ToneCurves> curves_;
     std::uint32_t bandRows_;
     std::vector<double> gains_[2];  // a stretch of pixels' gains, for each hand
-    CorrectionFigures hands_[2];    // what each hand met in the row in work
     // The card's next row, taken by the second thread: its gains, and its index.
     static constexpr std::uint32_t kNoRow = 0xFFFFFFFF;
     std::vector<double> aheadGains_;

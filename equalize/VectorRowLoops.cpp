@@ -21,6 +21,20 @@ struct EightBit {
     static constexpr std::size_t kSampleBytes = 1;
     static constexpr double kCeiling = 255.0;
 
+    // The green samples of a block's 8 pixels of a card row (bytes 1, 4, ...,
+    // 22 of its 24), as doubles.
+    BRISAVANE_AVX512 static __m512d Greens(const std::uint8_t* card) {
+        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(card));
+        const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(card + 16));
+        const __m128i fromLow =
+            _mm_setr_epi8(1, 4, 7, 10, 13, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i fromHigh =
+            _mm_setr_epi8(-1, -1, -1, -1, -1, 0, 3, 6, -1, -1, -1, -1, -1, -1, -1, -1);
+        const __m128i greens =
+            _mm_or_si128(_mm_shuffle_epi8(low, fromLow), _mm_shuffle_epi8(high, fromHigh));
+        return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(greens));
+    }
+
     // Eight consecutive samples as doubles.
     BRISAVANE_AVX512 static __m512d Load(const std::uint8_t* at) {
         const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
@@ -43,6 +57,17 @@ struct SixteenBit {
 
     BRISAVANE_AVX512 static __m128i TurnedRound(__m128i samples) {
         return _mm_or_si128(_mm_slli_epi16(samples, 8), _mm_srli_epi16(samples, 8));
+    }
+
+    // Samples 1, 4, ..., 22 of the block's 24; the load leaves out the bytes
+    // after them, which may lie past the row.
+    BRISAVANE_AVX512 static __m512d Greens(const std::uint8_t* card) {
+        const __m512i samples = _mm512_maskz_loadu_epi16(0xFFFFFF, card);
+        const __m512i which = _mm512_set_epi16(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                               0, 0, 0, 0, 0, 0, 22, 19, 16, 13, 10, 7, 4, 1);
+        __m128i greens = _mm512_castsi512_si128(_mm512_permutexvar_epi16(which, samples));
+        if constexpr (Swap) greens = TurnedRound(greens);
+        return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(greens));
     }
 
     BRISAVANE_AVX512 static __m512d Load(const std::uint8_t* at) {
@@ -91,7 +116,29 @@ BRISAVANE_AVX512 std::size_t CorrectInBlocks(const double* gains, const std::uin
     }
     return blocks * kBlock;
 }
+
+// Max(ratio, 1) is the processor's: it gives 1 unless the ratio is greater,
+// which is how the formula treats a ratio without a value.
+template <class Depth>
+BRISAVANE_AVX512 std::size_t GreenGains(double targetLevel, const std::uint8_t* card,
+                                        std::size_t pixels, double* gains) {
+    const __m512d target = _mm512_set1_pd(targetLevel);
+    const __m512d one = _mm512_set1_pd(1.0);
+    const std::size_t blocks = pixels / kBlock;
+    for (std::size_t b = 0; b < blocks; ++b) {
+        const __m512d ratio = _mm512_div_pd(target, Depth::Greens(card + b * kBlock * 3 * Depth::kSampleBytes));
+        _mm512_storeu_pd(gains + b * kBlock, _mm512_max_pd(ratio, one));
+    }
+    return blocks * kBlock;
+}
 }  // namespace
+
+std::size_t GreenGainsInBlocks(double target, const std::uint8_t* card, std::size_t sampleBytes,
+                               bool swapped, std::size_t pixels, double* gains) {
+    if (sampleBytes == 1) return GreenGains<EightBit>(target, card, pixels, gains);
+    return swapped ? GreenGains<SixteenBit<true>>(target, card, pixels, gains)
+                   : GreenGains<SixteenBit<false>>(target, card, pixels, gains);
+}
 
 bool VectorRowLoopsAvailable() {
     static const bool available =
@@ -115,6 +162,11 @@ bool VectorRowLoopsAvailable() {
 
 std::size_t CorrectBlocks(const double*, const std::uint8_t*, std::uint8_t*, std::size_t,
                           std::size_t, bool) {
+    return 0;
+}
+
+std::size_t GreenGainsInBlocks(double, const std::uint8_t*, std::size_t, bool, std::size_t,
+                               double*) {
     return 0;
 }
 

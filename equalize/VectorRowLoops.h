@@ -23,3 +23,10 @@ bool VectorRowLoopsAvailable();
 // in the other order than the host's where swapped says so.
 std::size_t CorrectBlocks(const double* gains, const std::uint8_t* from, std::uint8_t* to,
                           std::size_t pixels, std::size_t sampleBytes, bool swapped);
+
+// The window's gains of whole blocks of 8 pixels of a card row of 3 samples a
+// pixel (8-bit, or 16-bit turned round where swapped says so): target over
+// each pixel's green, raised to 1, every one the formula's Gain. Returns how
+// many pixels' gains it wrote; the rest, fewer than 8, is the caller's.
+std::size_t GreenGainsInBlocks(double target, const std::uint8_t* card, std::size_t sampleBytes,
+                               bool swapped, std::size_t pixels, double* gains);

@@ -21,4 +21,7 @@ struct GainRule {
     // a pixel; gives how many pixels had a gain capped. A row of green alone
     // serves green mode.
     std::size_t Gains(const SampleRow& card, std::size_t pixels, double* gains) const;
+
+  private:
+    std::size_t TakeAll(const SampleRow& card, std::size_t pixels, double* gains) const;
 };
