@@ -46,18 +46,17 @@ PixelLoop ChooseLoop(bool ownGains, bool dark) {
     return loops[ownGains][dark];
 }
 
-// A gain a pixel and nothing else is the window's correction, the commonest
-// by far: whole blocks of pixels go through the loop written for wide vector
-// units where there is one, the rest through the plain loop.
+// A gain a pixel is the window's correction, the commonest by far: whole
+// blocks of pixels go through the loop written for wide vector units where
+// there is one, the rest through the plain loop.
 template <class Sample, bool Swap>
 void CorrectInterleaved(const SampleSpan& span, const SpanGains& with) {
     const bool apart = span.source && span.source != span.samples;
     const std::uint8_t* from = apart ? span.source : span.samples;
-    const bool plain = with.perPixel == 1 && !with.dark;
-    const std::size_t done =
-        plain && VectorRowLoopsAvailable()
-            ? CorrectBlocks(with.gains, from, span.samples, span.pixels, sizeof(Sample), Swap)
-            : 0;
+    const std::size_t done = with.perPixel == 1 && VectorRowLoopsAvailable()
+                                 ? CorrectBlocks(with.gains, with.dark, from, span.samples,
+                                                 span.pixels, sizeof(Sample), Swap)
+                                 : 0;
     const std::size_t skip = done * 3 * sizeof(Sample);
     const PixelLoop loop = apart ? ChooseLoop<Sample, Swap, true>(with.perPixel == 3, with.dark)
                                  : ChooseLoop<Sample, Swap, false>(with.perPixel == 3, with.dark);

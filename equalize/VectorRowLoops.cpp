@@ -92,9 +92,16 @@ struct SixteenBit {
 // ceiling and leaves 0 at 0, but it keeps an infinite gain on a sample of 0
 // from making infinity x 0, so no product is without a value and none needs
 // a second test.
-template <class Depth>
-BRISAVANE_AVX512 std::size_t CorrectInBlocks(const double* gains, const std::uint8_t* from,
-                                             std::uint8_t* to, std::size_t pixels) {
+// Eight consecutive dark samples as doubles.
+BRISAVANE_AVX512 __m512d DarkSamples(const std::uint16_t* at) {
+    const __m128i samples = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(samples));
+}
+
+template <class Depth, bool Dark>
+BRISAVANE_AVX512 std::size_t CorrectInBlocks(const double* gains, const std::uint16_t* dark,
+                                             const std::uint8_t* from, std::uint8_t* to,
+                                             std::size_t pixels) {
     const __m512d zero = _mm512_setzero_pd();
     const __m512d ceiling = _mm512_set1_pd(Depth::kCeiling);
     const __m512d held = _mm512_set1_pd(Depth::kCeiling + 1.0);
@@ -109,8 +116,12 @@ BRISAVANE_AVX512 std::size_t CorrectInBlocks(const double* gains, const std::uin
         const __m512d given = _mm512_loadu_pd(gains + b * kBlock);
         const __m512d gain = _mm512_min_pd(_mm512_max_pd(given, zero), held);
         for (std::size_t k = 0; k < 3; ++k) {
-            const __m512d product =
-                _mm512_mul_pd(_mm512_permutexvar_pd(spread[k], gain), Depth::Load(from + i + 8 * k * w));
+            __m512d samples = Depth::Load(from + i + 8 * k * w);
+            // The sample less the dark, held at 0: max gives 0 unless the difference is above.
+            if constexpr (Dark)
+                samples = _mm512_max_pd(
+                    _mm512_sub_pd(samples, DarkSamples(dark + b * kBlock * 3 + 8 * k)), zero);
+            const __m512d product = _mm512_mul_pd(_mm512_permutexvar_pd(spread[k], gain), samples);
             Depth::Store(to + i + 8 * k * w, _mm512_min_pd(product, ceiling));
         }
     }
@@ -126,7 +137,8 @@ BRISAVANE_AVX512 std::size_t GreenGains(double targetLevel, const std::uint8_t* 
     const __m512d one = _mm512_set1_pd(1.0);
     const std::size_t blocks = pixels / kBlock;
     for (std::size_t b = 0; b < blocks; ++b) {
-        const __m512d ratio = _mm512_div_pd(target, Depth::Greens(card + b * kBlock * 3 * Depth::kSampleBytes));
+        const __m512d ratio =
+            _mm512_div_pd(target, Depth::Greens(card + b * kBlock * 3 * Depth::kSampleBytes));
         _mm512_storeu_pd(gains + b * kBlock, _mm512_max_pd(ratio, one));
     }
     return blocks * kBlock;
@@ -147,11 +159,22 @@ bool VectorRowLoopsAvailable() {
     return available;
 }
 
-std::size_t CorrectBlocks(const double* gains, const std::uint8_t* from, std::uint8_t* to,
-                          std::size_t pixels, std::size_t sampleBytes, bool swapped) {
-    if (sampleBytes == 1) return CorrectInBlocks<EightBit>(gains, from, to, pixels);
-    return swapped ? CorrectInBlocks<SixteenBit<true>>(gains, from, to, pixels)
-                   : CorrectInBlocks<SixteenBit<false>>(gains, from, to, pixels);
+namespace {
+template <bool Dark>
+std::size_t CorrectBlocksOf(const double* gains, const std::uint16_t* dark,
+                            const std::uint8_t* from, std::uint8_t* to, std::size_t pixels,
+                            std::size_t sampleBytes, bool swapped) {
+    if (sampleBytes == 1) return CorrectInBlocks<EightBit, Dark>(gains, dark, from, to, pixels);
+    return swapped ? CorrectInBlocks<SixteenBit<true>, Dark>(gains, dark, from, to, pixels)
+                   : CorrectInBlocks<SixteenBit<false>, Dark>(gains, dark, from, to, pixels);
+}
+}  // namespace
+
+std::size_t CorrectBlocks(const double* gains, const std::uint16_t* dark, const std::uint8_t* from,
+                          std::uint8_t* to, std::size_t pixels, std::size_t sampleBytes,
+                          bool swapped) {
+    return dark ? CorrectBlocksOf<true>(gains, dark, from, to, pixels, sampleBytes, swapped)
+                : CorrectBlocksOf<false>(gains, dark, from, to, pixels, sampleBytes, swapped);
 }
 
 #else
@@ -160,8 +183,8 @@ bool VectorRowLoopsAvailable() {
     return false;
 }
 
-std::size_t CorrectBlocks(const double*, const std::uint8_t*, std::uint8_t*, std::size_t,
-                          std::size_t, bool) {
+std::size_t CorrectBlocks(const double*, const std::uint16_t*, const std::uint8_t*, std::uint8_t*,
+                          std::size_t, std::size_t, bool) {
     return 0;
 }
 

@@ -15,14 +15,16 @@
 bool VectorRowLoopsAvailable();
 
 // Corrects whole blocks of 8 pixels from the start of the run, each pixel's
-// three samples by its own gain, from `from` into `to` (which may be the
-// same), and returns how many pixels they corrected; the rest, fewer than 8,
-// is the caller's. Every output sample is the one the per-pixel formula gives
-// for that gain, whatever the gain (infinite, 0, or without a value). Nothing
+// three samples, less the dark frame's (3 a pixel, host order; nil for none)
+// held at 0, by its own gain, from `from` into `to` (which may be the same),
+// and returns how many pixels they corrected; the rest, fewer than 8, is the
+// caller's. Every output sample is the one the per-pixel formula gives for
+// that gain, whatever the gain (infinite, 0, or without a value). Nothing
 // past the returned number of pixels is read or written. 16-bit samples stand
 // in the other order than the host's where swapped says so.
-std::size_t CorrectBlocks(const double* gains, const std::uint8_t* from, std::uint8_t* to,
-                          std::size_t pixels, std::size_t sampleBytes, bool swapped);
+std::size_t CorrectBlocks(const double* gains, const std::uint16_t* dark, const std::uint8_t* from,
+                          std::uint8_t* to, std::size_t pixels, std::size_t sampleBytes,
+                          bool swapped);
 
 // The window's gains of whole blocks of 8 pixels of a card row of 3 samples a
 // pixel (8-bit, or 16-bit turned round where swapped says so): target over

@@ -44,7 +44,20 @@ SampleKind KindOf(int bits, bool littleEndian) {
 
 // A row of any kind as doubles, 3 a pixel.
 void AsValues(const SampleRow& row, std::size_t values, double* out) {
-    for (std::size_t i = 0; i < values; ++i) out[i] = row.At(i);
+    WithKind(row.kind, [&](auto kind) {
+        for (std::size_t i = 0; i < values; ++i)
+            out[i] = LoadAs<decltype(kind)::value>(row.data, i);
+    });
+}
+
+// Adds a row of whole samples to the running sums (or, with set, puts it there).
+void AddSamples(const SampleRow& row, std::size_t values, std::uint32_t* sums, bool set) {
+    WithKind(row.kind, [&](auto kind) {
+        constexpr SampleKind K = decltype(kind)::value;
+        if constexpr (K != SampleKind::F64)
+            for (std::size_t i = 0; i < values; ++i)
+                sums[i] = (set ? 0 : sums[i]) + LoadWhole<K>(row.data, i);
+    });
 }
 }  // namespace
 
@@ -315,16 +328,14 @@ SampleRow CardBuild::Combined(std::uint32_t y) {
     if (dark_) {
         const SampleRow row = dark_->Row(y);
         if (!row) return {};
-        for (std::size_t i = 0; i < values; ++i)
-            darkRow_[i] = static_cast<std::uint16_t>(row.At(i));
+        AddSamples(row, values, colours_.data(), true);
+        std::copy(colours_.begin(), colours_.end(), darkRow_.begin());
         dark = darkRow_.data();
     }
-    std::fill(colours_.begin(), colours_.end(), 0u);
-    for (const auto& shot : shots_) {
-        const SampleRow row = shot->Row(y);
+    for (std::size_t k = 0; k < shots_.size(); ++k) {
+        const SampleRow row = shots_[k]->Row(y);
         if (!row) return {};
-        for (std::size_t i = 0; i < values; ++i)
-            colours_[i] += static_cast<std::uint32_t>(row.At(i));
+        AddSamples(row, values, colours_.data(), k == 0);
     }
     if (shots_.size() == 1 && dark)
         for (std::size_t i = 0; i < values; ++i)
