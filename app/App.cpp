@@ -25,6 +25,7 @@ QElapsedTimer& Clock() {
 App::App(int& argc, char** argv) : QApplication(argc, argv), menuBar_(new MenuBar1()) {
     Clock();
     setApplicationName("Brisavane");
+    setOrganizationName("Brisavane");
     setApplicationVersion(QString::fromStdString(Version()));
     // The program ends with its last window from the first activation on.
     connect(this, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState s) {

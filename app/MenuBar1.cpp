@@ -46,6 +46,11 @@ MenuBar1::MenuBar1(QWidget* parent) : QMenuBar(parent) {
     AddSeparator(edit, "UntitledMenu0", true);
     AddEditItem(edit, "EditSelectAll", "Select &All", "Ctrl+A",
                 [](QLineEdit& f) { f.selectAll(); });
+
+    // What the window does beyond its own correction; the window binds them.
+    QMenu* correction = AddMenu(this, "CorrectionMenu", "&Correction");
+    Named(correction->addAction("Correction Options\u2026"), "CorrectionOptions", true);
+    Named(correction->addAction("Card Report\u2026"), "CardReport", true)->setEnabled(false);
 }
 
 void MenuBar1::AddEditItem(QMenu* menu, const char* name, const char* caption, const char* shortcut,

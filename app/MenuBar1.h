@@ -5,10 +5,11 @@
 class QAction;
 class QLineEdit;
 
-// The program's menu bar: File, then Edit. Every item carries its name as
+// The program's menu bar: File, then Edit, then Correction. Every item carries its name as
 // object name and its AutoEnabled flag as the "AutoEnabled" property. Quit
 // and the Edit items do what they do in any desktop program, the Edit items on
-// the text field that has the focus; the About item is bound by the program.
+// the text field that has the focus; the About item is bound by the program,
+// the Correction items by the window.
 class MenuBar1 : public QMenuBar {
     Q_OBJECT
   public:

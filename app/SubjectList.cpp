@@ -3,8 +3,9 @@
 #include "FileTypes.h"
 #include "FolderItem.h"
 
-void SubjectList::ChooseFolder() {
-    state_.fsubject = host_.UserDialogs().SelectFolder("Select the image folder");
+void SubjectList::ChooseFolder(std::shared_ptr<FolderItem> folder) {
+    state_.fsubject =
+        folder ? std::move(folder) : host_.UserDialogs().SelectFolder("Select the image folder");
     if (!state_.fsubject) return;
     // Cleared ahead of any change to the list, so no row shows a former message.
     state_.EqualizationCompleted = false;
@@ -28,6 +29,12 @@ void SubjectList::UpdateSelectedAndProcess() {
     for (std::int64_t row = 0; row < host_.ListCount() && !any; ++row) any = host_.Ticked(row);
     state_.SubjectSelected = any;
     host_.SetProcessEnabled(state_.ProcessAllowed());
+}
+
+void SubjectList::TickOnly(const std::set<std::string>& names) {
+    for (std::int64_t row = 0; row < host_.ListCount(); ++row)
+        host_.SetTicked(row, names.count(host_.FileName(row)) > 0);
+    UpdateSelectedAndProcess();
 }
 
 void SubjectList::TickChanged() {

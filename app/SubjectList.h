@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <set>
 #include <string>
 
 #include "Dialogs.h"
@@ -22,6 +24,7 @@ class SubjectListHost {
     // Sets the "Select All" box's caption and redraws it at once.
     virtual void SetSelectAllCaption(const std::string& caption) = 0;
     virtual void SetProcessEnabled(bool enabled) = 0;
+    virtual std::string FileName(std::int64_t row) = 0;
     virtual Dialogs& UserDialogs() = 0;
 };
 
@@ -31,9 +34,12 @@ class SubjectList {
   public:
     SubjectList(WindowState& state, SubjectListHost& host) : state_(state), host_(host) {}
 
-    // Asks for a folder and lists its TIFFs, in the folder's order. A cancel
-    // forgets the folder but leaves the list as it was.
-    void ChooseFolder();
+    // Asks for a folder, unless one is given (dropped on the window), and
+    // lists its TIFFs, in the folder's order. A cancel forgets the folder but
+    // leaves the list as it was.
+    void ChooseFolder(std::shared_ptr<FolderItem> folder = nullptr);
+    // Ticks exactly the rows of these names, as the user's ticks would.
+    void TickOnly(const std::set<std::string>& names);
     // A tick changed by the user.
     void TickChanged();
     // The "Select All" box, now ticked or not, sets every row alike.

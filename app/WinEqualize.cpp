@@ -2,26 +2,32 @@
 
 #include <QCheckBox>
 #include <QCoreApplication>
+#include <QDropEvent>
 #include <QEvent>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QPalette>
 #include <QPushButton>
 #include <QRegularExpressionValidator>
 #include <QSignalBlocker>
 #include <QTableWidget>
+#include <QUrl>
 
 #include "Batch.h"
 #include "ControlTable.h"
+#include "CorrectionOptionsDialog.h"
 #include "MenuBar1.h"
 #include "NumberText.h"
 #include "PictureCanvas.h"
+#include "ReportFiles.h"
 #include "ResourcePictures.h"
 #include "RowPictureDelegate.h"
 #include "WindowDialogs.h"
+#include "WindowSettings.h"
 
 namespace {
 using enum ControlKind;
@@ -64,6 +70,8 @@ constexpr ControlSpec kControls[] = {
     {"CanResult",        Canvas,      "GrpResults", nullptr,              515, 229, 230, 230, 0},
     {"ChkShowPreviews",  CheckBox,    nullptr,      "Show previews",       10, 470, 100,  20, Ticked},
     {"ChkShowToneMap",   CheckBox,    nullptr,      "Show tone map",      130, 470, 100,  20, 0},
+    {"BtnOptions",       PushButton,  "GrpWhite",   "Options\u2026",      183, 181,  58,  22, 0},
+    {"TxtOptions",       Label,       nullptr,      nullptr,              240, 470, 345,  20, 0},
 };
 // clang-format on
 
@@ -87,7 +95,10 @@ void SetUpSubjectList(QTableWidget* list) {
 }  // namespace
 
 WinEqualize::WinEqualize(MenuBar1* menuBar, Dialogs* dialogs)
-    : dialogs_(dialogs), pump_(new WindowEventPump(this)), subjects_(state_, *this) {
+    : dialogs_(dialogs),
+      pump_(new WindowEventPump(this)),
+      subjects_(state_, *this),
+      menuBar_(menuBar) {
     if (!dialogs_) {
         ownDialogs_ = std::make_unique<WindowDialogs>(this);
         dialogs_ = ownDialogs_.get();
@@ -121,7 +132,11 @@ WinEqualize::WinEqualize(MenuBar1* menuBar, Dialogs* dialogs)
     analyzeProgress_ = ProgressBarProgress(PrgAnalyze);
     equalizeProgress_ = ProgressBarProgress(PrgEqualize);
     WireHandlers();
+    WireMenu(menuBar);
     FldScale_Open();
+    state_.modes = window_settings::Options();
+    ShowOptions();
+    if (const auto position = window_settings::Position()) move(*position);
 }
 
 WinEqualize::~WinEqualize() = default;
@@ -153,6 +168,8 @@ void WinEqualize::FindControls() {
     find(CanResult, "CanResult");
     find(ChkShowPreviews, "ChkShowPreviews");
     find(ChkShowToneMap, "ChkShowToneMap");
+    find(BtnOptions, "BtnOptions");
+    find(TxtOptions, "TxtOptions");
 }
 
 template <class Handler>
@@ -181,11 +198,50 @@ void WinEqualize::WireHandlers() {
     CanResult->SetPaintHandler([this](Graphics& g) { CanResult_Paint(g); });
     connect(ChkShowPreviews, &QCheckBox::clicked, this, [this] { ChkShowPreviews_Action(); });
     connect(ChkShowToneMap, &QCheckBox::clicked, this, [this] { ChkShowToneMap_Action(); });
+    connect(BtnOptions, &QPushButton::clicked, this,
+            [this] { Guarded([this] { BtnOptions_Action(); }); });
+    for (QWidget* area : {findChild<QWidget*>("GrpWhite"), findChild<QWidget*>("GrpSubject")}) {
+        area->setAcceptDrops(true);
+        area->installEventFilter(this);
+    }
+}
+
+void WinEqualize::WireMenu(MenuBar1* menuBar) {
+    if (!menuBar) return;
+    connect(menuBar->Item("CorrectionOptions"), &QAction::triggered, this,
+            [this] { Guarded([this] { BtnOptions_Action(); }); });
+    connect(menuBar->Item("CardReport"), &QAction::triggered, this,
+            [this] { Guarded([this] { CardReport_Action(); }); });
 }
 
 bool WinEqualize::eventFilter(QObject* watched, QEvent* event) {
     if (watched == FldScale && event->type() == QEvent::KeyRelease) FldScale_KeyUp();
+    if (DropEvent(watched, event)) return true;
     return QMainWindow::eventFilter(watched, event);
+}
+
+void WinEqualize::closeEvent(QCloseEvent* event) {
+    window_settings::KeepPosition(pos());
+    QMainWindow::closeEvent(event);
+}
+
+// Files from the desktop, dropped on the white image or on the subjects.
+bool WinEqualize::DropEvent(QObject* watched, QEvent* event) {
+    const bool white = watched->objectName() == "GrpWhite";
+    if (!white && watched->objectName() != "GrpSubject") return false;
+    if (event->type() == QEvent::DragEnter) {
+        auto* enter = static_cast<QDragEnterEvent*>(event);
+        if (enter->mimeData()->hasUrls()) enter->acceptProposedAction();
+        return true;
+    }
+    if (event->type() != QEvent::Drop) return false;
+    auto* drop = static_cast<QDropEvent*>(event);
+    std::vector<std::filesystem::path> paths;
+    for (const QUrl& url : drop->mimeData()->urls())
+        if (url.isLocalFile()) paths.emplace_back(url.toLocalFile().toStdString());
+    drop->acceptProposedAction();
+    Guarded([&] { Drop(white ? DropArea::WhiteImage : DropArea::Subjects, paths); });
+    return true;
 }
 
 // ---- Process ----
@@ -193,11 +249,59 @@ bool WinEqualize::eventFilter(QObject* watched, QEvent* event) {
 // Escape counts as a request to stop only while the batch runs.
 void WinEqualize::BtnProcess_Action() {
     struct Running {
-        WindowEventPump& pump;
-        explicit Running(WindowEventPump& p) : pump(p) { pump.Begin(); }
-        ~Running() { pump.End(); }
-    } running(Pump());
+        WinEqualize& window;
+        explicit Running(WinEqualize& w) : window(w) {
+            window.Pump().Begin();
+            window.processing_ = true;
+        }
+        ~Running() {
+            window.Pump().End();
+            window.processing_ = false;
+        }
+    } running(*this);
     Batch(state_, *this).BtnProcess_Action();
+}
+
+// ---- Beyond the window's own job ----
+
+void WinEqualize::BtnOptions_Action() {
+    CorrectionOptionsDialog dialog(state_.modes, state_.WhiteOpened, *dialogs_, this);
+    if (dialog.exec() != QDialog::Accepted) return;
+    const CorrectionModes modes = dialog.Modes();
+    if (TakeModes(state_, *this, modes)) window_settings::KeepOptions(modes.Options());
+    ShowOptions();
+}
+
+void WinEqualize::CardReport_Action() {
+    MakeCardReport(state_, *this);
+}
+
+void WinEqualize::Drop(DropArea area, const std::vector<std::filesystem::path>& paths) {
+    const DropPlan plan = PlanDrop(area, paths, processing_);
+    switch (plan.kind) {
+        case DropPlan::Kind::OpenCard:
+            OpenWhiteCard(state_, *this, GetFolderItem(plan.path.string()));
+            ShowOptions();
+            return;
+        case DropPlan::Kind::ChooseFolder:
+            subjects_.ChooseFolder(GetFolderItem(plan.path.string()));
+            return;
+        case DropPlan::Kind::ChooseAndTick:
+            subjects_.ChooseFolder(GetFolderItem(plan.path.string()));
+            subjects_.TickOnly(plan.names);
+            return;
+        case DropPlan::Kind::Refuse:
+            (area == DropArea::WhiteImage ? TxtStatusWhite : TxtStatusSubject)
+                ->setText(QString::fromStdString(plan.why));
+            return;
+    }
+}
+
+void WinEqualize::ShowOptions() {
+    const std::string options = state_.modes.Described();
+    TxtOptions->setText(options.empty() ? QString()
+                                        : QString::fromStdString("Options: " + options));
+    if (menuBar_) menuBar_->Item("CardReport")->setEnabled(state_.WhiteOpened);
 }
 
 // ---- The subject list ----
@@ -261,6 +365,7 @@ void WinEqualize::SetSelectAllCaption(const std::string& caption) {
 
 void WinEqualize::BtnWhite_Action() {
     OpenWhiteCard(state_, *this);
+    ShowOptions();
 }
 
 void WinEqualize::FldScale_Open() {

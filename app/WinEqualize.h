@@ -1,9 +1,12 @@
 #pragma once
 
 #include <QMainWindow>
+#include <filesystem>
 #include <memory>
+#include <vector>
 
 #include "BatchHost.h"
+#include "Drops.h"
 #include "ProgressBarProgress.h"
 #include "SubjectList.h"
 #include "WhiteCardWorkflow.h"
@@ -51,6 +54,11 @@ class WinEqualize : public QMainWindow,
     void CanResult_Paint(Graphics& g);
     void ChkShowPreviews_Action();
     void ChkShowToneMap_Action();
+    // Beyond the window's own job: the correction options (the small button
+    // and the Correction menu), the card report, and files dropped on it.
+    void BtnOptions_Action();
+    void CardReport_Action();
+    void Drop(DropArea area, const std::vector<std::filesystem::path>& paths);
 
     // WhiteCardHost
     void SetLabel(WhiteLabel label, const std::string& text) override;
@@ -89,10 +97,15 @@ class WinEqualize : public QMainWindow,
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
   private:
     void FindControls();
     void WireHandlers();
+    void WireMenu(MenuBar1* menuBar);
+    bool DropEvent(QObject* watched, QEvent* event);
+    // The label that says which options are on, and the menu items a card enables.
+    void ShowOptions();
     QLabel* LabelFor(WhiteLabel label) const;
     // Runs a handler; an exception no handler caught is shown, never let loose
     // in the event loop.
@@ -104,6 +117,8 @@ class WinEqualize : public QMainWindow,
     Dialogs* dialogs_;
     WindowEventPump* pump_;
     SubjectList subjects_;
+    MenuBar1* menuBar_;
+    bool processing_ = false;  // a batch runs
 
     QPushButton* BtnProcess = nullptr;
     QPushButton* BtnSubject = nullptr;
@@ -127,6 +142,8 @@ class WinEqualize : public QMainWindow,
     PictureCanvas* CanResult = nullptr;
     QCheckBox* ChkShowPreviews = nullptr;
     QCheckBox* ChkShowToneMap = nullptr;
+    QPushButton* BtnOptions = nullptr;
+    QLabel* TxtOptions = nullptr;
 
     ProgressBarProgress analyzeProgress_{nullptr};
     ProgressBarProgress equalizeProgress_{nullptr};

@@ -15,6 +15,10 @@ class WindowDialogs final : public Dialogs {
                                                   const std::string& suggestedName) override;
     std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) override;
     void MsgBox(const std::string& text) override;
+    std::optional<std::string> ChooseItem(const std::string& prompt,
+                                          const std::vector<std::string>& items,
+                                          const std::string& current) override;
+    void OpenDocument(const std::string& path) override;
 
   private:
     QPointer<QWidget> parent_;

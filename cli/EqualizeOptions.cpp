@@ -51,10 +51,7 @@ int Jobs(const std::string& text) {
 }  // namespace
 
 void EqualizeOptions::Declare(CLI::App& app) {
-    app.add_option("--white", modes.cards,
-                   "The white card: a TIFF of an evenly lit white card, shot with the "
-                   "subjects' lens and lights, of their size and depth. Given again, the "
-                   "shots are averaged pixel by pixel.")
+    app.add_option("--white", modes.cards, mode_sentences::kShots)
         ->type_name("WHITE")
         ->allow_extra_args(false)
         ->required();
@@ -92,29 +89,21 @@ void EqualizeOptions::Declare(CLI::App& app) {
 void EqualizeOptions::DeclareModes(CLI::App& app) {
     app.add_option_function<std::string>(
            "--channels", [this](const std::string& text) { modes.channels = Channels(text); },
-           "green (the default) takes every channel's gain from the card's green, as the "
-           "window does; rgb takes each channel's from the card's own channel.")
+           mode_sentences::kChannels)
         ->type_name("green|rgb");
     app.add_option_function<std::string>(
            "--smooth", [this](const std::string& text) { modes.smoothRadius = Radius(text); },
-           "Smooth the card over PIXELS before the gains are taken from it, so dust and grain "
-           "don't print into the subjects (default 0: off).")
+           mode_sentences::kSmooth)
         ->type_name("PIXELS");
     app.add_option_function<std::string>(
            "--max-gain", [this](const std::string& text) { modes.maxGain = MaxGain(text); },
-           "Hold every gain at G or below; the result line says on what share of pixels.")
+           mode_sentences::kMaxGain)
         ->type_name("G");
-    app.add_flag("--linear", modes.linear,
-                 "Take and apply the gains in linear light, through the tone curves of each "
-                 "file's ICC profile; files without them are refused.");
-    app.add_option("--dark", modes.dark,
-                   "A dark frame (the lens capped), subtracted from the card and each subject "
-                   "before anything else.")
+    app.add_flag("--linear", modes.linear, mode_sentences::kLinear);
+    app.add_option("--dark", modes.dark, mode_sentences::kDark)
         ->type_name("FILE")
         ->check(NonEmptyPath());
-    app.add_flag("--darken", modes.darken,
-                 "Let gains go below 1, so that below 100 % the bright centre comes down while "
-                 "the corners come up.");
+    app.add_flag("--darken", modes.darken, mode_sentences::kDarken);
 }
 
 std::string EqualizeOptions::Missing() const {

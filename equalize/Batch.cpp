@@ -19,6 +19,16 @@ std::string Joined(const std::vector<std::string>& notes) {
 }
 }  // namespace
 
+// The options a file was equalized with and what its correction came to;
+// empty for the window's own correction, which says nothing of a success.
+std::string Batch::SuccessNote(const SubjectReport& report) const {
+    std::vector<std::string> notes;
+    if (const std::string options = state_.modes.Described(); !options.empty())
+        notes.push_back("equalized with " + options);
+    notes.insert(notes.end(), report.notes.begin(), report.notes.end());
+    return notes.empty() ? "" : Sentence(Joined(notes));
+}
+
 // Only the two named failures are answered here; anything else goes on to the
 // caller. Either one ends the batch where it arose, leaving every mark, the
 // progress bar and the status line as they were.
@@ -39,8 +49,8 @@ void Batch::Run() {
     if (!state_.card) throw NilObjectException();
     card_ = std::make_unique<CardRun>(state_.card, state_.AmountToApply);
     host_.DisableProcess();
-    const SubjectSettings settings{
-        *card_, *folder, OutputPlacement::UnderFinalName, false, 0, this, false};
+    const SubjectSettings settings{*card_, *folder, OutputPlacement::UnderFinalName, false, 0,
+                                   this,   false};
     for (std::int64_t row = 0; row <= host_.ListCount() - 1; ++row)
         if (ProcessRow(row, settings) == Next::Stop) break;
     state_.EqualizationCompleted = true;
@@ -78,7 +88,8 @@ void Batch::Mark(std::int64_t row, const SubjectReport& report) {
             return;
         case SubjectEnd::Written:
             host_.SetRowPicture(row, RowMark::Check);
-            if (!report.notes.empty()) state_.SetErrorMessage(row, Sentence(Joined(report.notes)));
+            if (const std::string note = SuccessNote(report); !note.empty())
+                state_.SetErrorMessage(row, note);
             break;
         case SubjectEnd::WriteFailed:
             MarkWriteProblem(row);

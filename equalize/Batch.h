@@ -24,9 +24,9 @@ class Batch : private SubjectWindow {
 
     void Run();
     Next ProcessRow(std::int64_t row, const SubjectSettings& settings);
-    // The row's message for a file whose pixels weren't written.
     void Mark(std::int64_t row, const SubjectReport& report);
     void MarkWriteProblem(std::int64_t row);
+    std::string SuccessNote(const SubjectReport& report) const;
     std::string ErrorText() const { return tiff_ ? tiff_->errstr : std::string(); }
 
     void SubjectOpened() override { state_.Tiffi = tiff_; }

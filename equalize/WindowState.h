@@ -15,12 +15,16 @@
 // display. Replacing a member releases what it held.
 struct WindowState {
     std::shared_ptr<FolderItem> fsubject;  // the chosen subject folder
-    std::shared_ptr<TiffFile> Tiffb;       // the white card as our reader knows it, with its figures
+    std::shared_ptr<TiffFile> Tiffb;  // the white card as our reader knows it, with its figures
     std::shared_ptr<const CardSource> card;  // the white card, read once for every batch
-    bool WhiteOpened = false;              // a white card has been accepted
-    bool SubjectSelected = false;          // at least one subject row is ticked
-    std::shared_ptr<TiffFile> Tiffi;       // the subject in work
-    std::shared_ptr<FolderItem> fequal;    // the chosen output folder
+    // How the window equalizes: the options the user keeps between sessions,
+    // and the open card's files (its further shots and dark frame, chosen
+    // after Open and cleared by every Open).
+    CorrectionModes modes;
+    bool WhiteOpened = false;            // a white card has been accepted
+    bool SubjectSelected = false;        // at least one subject row is ticked
+    std::shared_ptr<TiffFile> Tiffi;     // the subject in work
+    std::shared_ptr<FolderItem> fequal;  // the chosen output folder
     // One message a subject row; its upper bound is size() - 1, and it holds one
     // entry more than the list has rows once a folder is chosen.
     std::vector<std::string> ErrorMessages;

@@ -56,6 +56,11 @@ class QuietWindow final : public BatchHost, Dialogs, EventPump {
     }
     std::shared_ptr<FolderItem> SelectFolder(const std::string&) override { return output_; }
     void MsgBox(const std::string&) override {}
+    std::optional<std::string> ChooseItem(const std::string&, const std::vector<std::string>&,
+                                          const std::string&) override {
+        return std::nullopt;
+    }
+    void OpenDocument(const std::string&) override {}
 
     bool UserCancelled() override { return false; }
     void DoEvents() override {}

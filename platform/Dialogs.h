@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 class FolderItem;
 
@@ -16,6 +18,12 @@ class Dialogs {
                                                           const std::string& suggestedName) = 0;
     virtual std::shared_ptr<FolderItem> SelectFolder(const std::string& prompt) = 0;
     virtual void MsgBox(const std::string& text) = 0;
+    // One of the items, `current` offered first; nullopt when the user cancels.
+    virtual std::optional<std::string> ChooseItem(const std::string& prompt,
+                                                  const std::vector<std::string>& items,
+                                                  const std::string& current) = 0;
+    // Shows a document in the desktop's viewer for its kind (a page in the browser).
+    virtual void OpenDocument(const std::string& path) = 0;
 };
 
 // The user's request to stop, and the event pump that lets it arrive.

@@ -20,6 +20,8 @@ class FakeDialogs final : public Dialogs {
     std::vector<std::string> openTypes;
     std::vector<std::string> folderPrompts;
     std::vector<std::string> saveProposals;
+    std::deque<std::string> itemAnswers;  // an empty answer is a cancel
+    std::vector<std::string> documents;
 
     std::shared_ptr<FolderItem> GetOpenFolderItem(const std::string& fileType) override {
         openTypes.push_back(fileType);
@@ -35,6 +37,14 @@ class FakeDialogs final : public Dialogs {
         return Next(folderAnswers);
     }
     void MsgBox(const std::string& text) override { messages.push_back(text); }
+    std::optional<std::string> ChooseItem(const std::string&, const std::vector<std::string>&,
+                                          const std::string&) override {
+        if (itemAnswers.empty() || itemAnswers.front().empty()) return std::nullopt;
+        std::string answer = itemAnswers.front();
+        itemAnswers.pop_front();
+        return answer;
+    }
+    void OpenDocument(const std::string& path) override { documents.push_back(path); }
 
   private:
     static std::shared_ptr<FolderItem> Next(std::deque<std::filesystem::path>& answers) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QSettings>
 #include <QTableWidget>
 #include <QTest>
 #include <QWidget>
@@ -13,9 +14,13 @@
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
 
-// A main window with prepared dialogs, and its controls by name.
+// A main window with prepared dialogs, and its controls by name; it starts
+// with nothing kept from earlier sessions.
 class WindowFixture : public ::testing::Test {
   protected:
+    struct FreshSettings {
+        FreshSettings() { QSettings().clear(); }
+    } fresh;
     FakeDialogs dialogs;
     TempFolder folder;
     std::unique_ptr<WinEqualize> win = std::make_unique<WinEqualize>(new MenuBar1(), &dialogs);

@@ -33,18 +33,18 @@ void MakePreviews(WindowState& state, WhiteCardHost& host) {
 
 // Says why a card can't serve: a file the system won't open ends the press as
 // a missing object; one neither reader takes ends it silently; the rest with
-// their words.
+// their words (those of the modes' files after "Error: ").
 void Refuse(const CardProblem& problem, WhiteCardHost& host) {
     if (problem.verdict == CardVerdict::Missing) throw NilObjectException();
-    if (problem.verdict != CardVerdict::NotOpened) host.UserDialogs().MsgBox(problem.text);
+    if (problem.verdict == CardVerdict::NotOpened) return;
+    const bool modes =
+        problem.verdict == CardVerdict::Mismatched || problem.verdict == CardVerdict::NoCurves;
+    host.UserDialogs().MsgBox((modes ? "Error: " : "") + problem.text);
 }
 
-// Opens, judges and reads the chosen file; nil when the press ends on the way.
-std::shared_ptr<const CardSource> AcceptCandidate(TiffFile& candidate, WhiteCardHost& host) {
-    candidate.AskOpen();
-    if (!candidate.fi) return nullptr;  // the dialog was cancelled
-    CorrectionModes modes;
-    modes.cards = {candidate.fi->NativePath()};
+// Opens, judges and reads the card in the window's modes; nil when the press
+// ends on the way.
+std::shared_ptr<const CardSource> ReadCard(const CorrectionModes& modes, WhiteCardHost& host) {
     CardProblem problem;
     const auto opening = CardSource::Judge(modes, host.WhiteServices(), problem);
     if (!opening) {
@@ -56,6 +56,14 @@ std::shared_ptr<const CardSource> AcceptCandidate(TiffFile& candidate, WhiteCard
     auto card = opening->Read(problem);
     if (!card) Refuse(problem, host);
     return card;
+}
+
+// The card now read: it serves every batch from here, with its figures shown.
+void ShowCard(WindowState& state, WhiteCardHost& host,
+              const std::shared_ptr<const CardSource>& card) {
+    state.card = card;
+    state.Tiffb = card->SharedRecord();
+    ShowFigures(state, host);
 }
 // The first part of every press, also of one whose dialog is cancelled.
 void ResetWindow(WindowState& state, WhiteCardHost& host) {
@@ -77,21 +85,51 @@ void ResetWindow(WindowState& state, WhiteCardHost& host) {
 }
 }  // namespace
 
-void OpenWhiteCard(WindowState& state, WhiteCardHost& host) {
+void OpenWhiteCard(WindowState& state, WhiteCardHost& host, std::shared_ptr<FolderItem> file) {
     std::shared_ptr<TiffFile> candidate;
     try {
         ResetWindow(state, host);
         candidate = std::make_shared<TiffFile>(host.WhiteServices());
-        auto card = AcceptCandidate(*candidate, host);
+        if (file)
+            candidate->fi = std::move(file);
+        else
+            candidate->AskOpen();
+        if (!candidate->fi) return;  // the dialog was cancelled
+        // Every Open starts from the chosen file alone; the options stay.
+        CorrectionModes modes = state.modes.Options();
+        modes.cards = {candidate->fi->NativePath()};
+        auto card = ReadCard(modes, host);
         if (!card) return;
-        state.card = card;
-        state.Tiffb = card->SharedRecord();
-        ShowFigures(state, host);
+        state.modes = modes;
+        ShowCard(state, host, card);
         state.WhiteOpened = true;
         host.SetProcessEnabled(state.ProcessAllowed());
         if (host.ShowPreviews()) MakePreviews(state, host);
         SetStatus(host, "");
     } catch (const NilObjectException&) {
         host.UserDialogs().MsgBox("Error: " + (candidate ? candidate->errstr : std::string()));
+    }
+}
+
+bool TakeModes(WindowState& state, WhiteCardHost& host, const CorrectionModes& modes) {
+    if (!state.WhiteOpened || !state.card) {
+        state.modes = modes.Options();
+        return true;
+    }
+    try {
+        const auto card = ReadCard(modes, host);
+        SetStatus(host, "");
+        if (!card) {
+            host.SetLabel(WhiteLabel::TxtInfoWhite, InfoText(*state.Tiffb));
+            return false;
+        }
+        state.modes = modes;
+        ShowCard(state, host, card);
+        if (host.ShowPreviews()) MakePreviews(state, host);
+        SetStatus(host, "");
+        return true;
+    } catch (const NilObjectException&) {
+        host.UserDialogs().MsgBox("Error: ");
+        return false;
     }
 }

@@ -39,4 +39,12 @@ class WhiteCardHost {
 // previews on, the preview and its tone map. The former white card is kept
 // until the new one has been scanned. A missing object on the way ends it with
 // "Error: " and the candidate's words; any other exception goes on to the caller.
-void OpenWhiteCard(WindowState& state, WhiteCardHost& host);
+// With a file given (one dropped on the window), no dialog is shown.
+void OpenWhiteCard(WindowState& state, WhiteCardHost& host,
+                   std::shared_ptr<FolderItem> file = nullptr);
+
+// Takes new modes for the window: with a card open, the card is read again
+// with them (its further shots averaged, the dark frame taken off, ...) and
+// its figures, preview and tone map shown anew. False, with the modes and
+// the card as they were and the reason shown, when the card can't serve so.
+bool TakeModes(WindowState& state, WhiteCardHost& host, const CorrectionModes& modes);

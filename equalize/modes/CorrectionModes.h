@@ -20,9 +20,35 @@ struct CorrectionModes {
     std::vector<std::string> cards;  // shots of the card, averaged; the first is the white card
     std::string dark;                // a dark frame subtracted from cards and subjects
 
-    // Whether every mode is off, so the window's own correction serves.
-    bool Off() const {
-        return channels == GainChannels::Green && smoothRadius == 0 && !maxGain && !linear &&
-               !darken && cards.size() <= 1 && dark.empty();
-    }
+    // The modes that are on, in a few words each ("each channel its own gain,
+    // linear light"); empty when every one is off, so the window's own
+    // correction serves.
+    std::string Described() const;
+    // The same options and no card files: what a user keeps between sessions.
+    CorrectionModes Options() const;
 };
+
+// What each mode is for, in one sentence: the command line's help and the
+// window's options dialog say the same.
+namespace mode_sentences {
+inline constexpr const char* kChannels =
+    "green (the default) takes every channel's gain from the card's green, as the window does; "
+    "rgb takes each channel's from the card's own channel.";
+inline constexpr const char* kSmooth =
+    "Smooth the card over PIXELS before the gains are taken from it, so dust and grain don't "
+    "print into the subjects (default 0: off).";
+inline constexpr const char* kMaxGain =
+    "Hold every gain at G or below; the result line says on what share of pixels.";
+inline constexpr const char* kLinear =
+    "Take and apply the gains in linear light, through the tone curves of each file's ICC "
+    "profile; files without them are refused.";
+inline constexpr const char* kDark =
+    "A dark frame (the lens capped), subtracted from the card and each subject before anything "
+    "else.";
+inline constexpr const char* kDarken =
+    "Let gains go below 1, so that below 100 % the bright centre comes down while the corners "
+    "come up.";
+inline constexpr const char* kShots =
+    "The white card: a TIFF of an evenly lit white card, shot with the subjects' lens and "
+    "lights, of their size and depth. Given again, the shots are averaged pixel by pixel.";
+}  // namespace mode_sentences

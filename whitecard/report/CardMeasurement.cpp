@@ -16,19 +16,28 @@ std::vector<double> GreenMeans(const CardSums& sums) {
 // passes over its rows: the sums, then dust measured against the smoothed
 // cells of the sums.
 void MeasurePasses(const CardRows& rows, const SampleGrid& grid, const CardColour& colour,
-                   double lightnessLimit, CardMeasurement& m) {
+                   double lightnessLimit, CardMeasurement& m, Progress& progress) {
+    progress.SetMaximum(2 * rows.Height());
+    progress.SetVisible(true);
+    const auto step = [&](std::int64_t done) {
+        progress.SetValue(static_cast<double>(done));
+        progress.Refresh();
+    };
     const CellGrid cells(grid);
     CardSums shot(grid, cells, rows.Ceiling()), equalized(grid, cells, rows.Ceiling());
     rows.ForEach([&](std::int64_t y, const auto& before, const auto& after) {
         shot.AddRow(y, before);
         equalized.AddRow(y, after);
+        step(y + 1);
     });
     DustFinder shotDust(grid, cells, cells.Smoothed(GreenMeans(shot)));
     DustFinder equalizedDust(grid, cells, cells.Smoothed(GreenMeans(equalized)));
     rows.ForEach([&](std::int64_t y, const auto& before, const auto& after) {
         shotDust.AddRow(y, before);
         equalizedDust.AddRow(y, after);
+        step(rows.Height() + y + 1);
     });
+    progress.SetVisible(false);
     shotDust.Finish();
     equalizedDust.Finish();
     m.before = ComputeFigures(shot, shotDust, colour, rows.Ceiling(), lightnessLimit);
@@ -36,8 +45,8 @@ void MeasurePasses(const CardRows& rows, const SampleGrid& grid, const CardColou
 }
 }  // namespace
 
-CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format,
-                            double amountToApply) {
+CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format, double amountToApply,
+                            Progress& progress) {
     const auto grid = SampleGrid::For(card.Width(), card.Height());
     if (!grid)
         throw std::runtime_error(
@@ -56,6 +65,6 @@ CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format,
     m.amountToApply = amountToApply;
     m.profileAssumed = colour.Assumed();
     m.profileDescription = colour.Description();
-    MeasurePasses(rows, *grid, colour, format.lightnessLimit, m);
+    MeasurePasses(rows, *grid, colour, format.lightnessLimit, m, progress);
     return m;
 }

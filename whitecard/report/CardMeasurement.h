@@ -5,6 +5,7 @@
 
 #include "CardFigures.h"
 #include "CardSource.h"
+#include "Progress.h"
 
 // Everything a report says about one card: where it was sampled, how its
 // colours were taken, and its figures as shot and as equalized by itself.
@@ -21,5 +22,6 @@ struct CardMeasurement {
 
 // Measures a white card as read for a run. Throws std::runtime_error with
 // plain words for a card too small for the grid or a profile that can't serve.
-CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format,
-                            double amountToApply);
+// progress sees the card's rows read twice over.
+CardMeasurement MeasureCard(const CardSource& card, const PrintFormat& format, double amountToApply,
+                            Progress& progress);

@@ -1,0 +1,169 @@
+// What the window does beyond its own job, through its real widgets: the
+// correction options, kept between sessions; the card report; drops. The
+// command line's outputs are the reference: the window must give its bytes.
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QDoubleSpinBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTimer>
+
+#include "CorrectionOptionsDialog.h"
+#include "WindowFixture.h"
+#include "support/CliRun.h"
+#include "support/FileHashes.h"
+
+namespace {
+namespace fs = std::filesystem;
+const fs::path kModes = fs::path(BRISAVANE_SOURCE_DIR) / "samples/modes";
+
+// Sets the options dialog as a user would, once it shows, and says OK.
+void AnswerOptions(const std::function<void(CorrectionOptionsDialog&)>& answer) {
+    QTimer::singleShot(0, [answer] {
+        auto* dialog = qobject_cast<CorrectionOptionsDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        answer(*dialog);
+        dialog->accept();
+    });
+}
+
+template <class T>
+T* In(QWidget& dialog, const char* name) {
+    return dialog.findChild<T*>(name);
+}
+
+class WindowOptions : public WindowFixture {
+  protected:
+    void SetUp() override {
+        Show();
+        OpenWhite(kModes / "white_card_a.tif");
+    }
+    // The batch into out, every subject ticked.
+    void ProcessAll(const fs::path& out) {
+        fs::create_directories(out);
+        win->Drop(DropArea::Subjects,
+                  {kModes / "subjects/chart.tif", kModes / "subjects/scene.tif"});
+        dialogs.folderAnswers.push_back(out);
+        Click("BtnProcess");
+    }
+};
+
+// Each row: what the dialog is set to, and the same on the command line.
+struct OptionsRow {
+    const char* label;
+    std::function<void(CorrectionOptionsDialog&)> set;
+    std::vector<std::string> flags;
+};
+
+TEST_F(WindowOptions, GiveTheCommandLinesBytesAndSayWhichAreOn) {
+    const std::string shot = kModes / "white_card_b.tif", dark = kModes / "dark_frame.tif";
+    const OptionsRow rows[] = {
+        {"rgb and cap",
+         [](auto& d) {
+             In<QComboBox>(d, "Channels")->setCurrentIndex(1);
+             In<QCheckBox>(d, "Capped")->setChecked(true);
+             In<QDoubleSpinBox>(d, "MaxGain")->setValue(1.25);
+         },
+         {"--channels", "rgb", "--max-gain", "1.25"}},
+        {"smooth, linear, darken",
+         [](auto& d) {
+             In<QSpinBox>(d, "Smooth")->setValue(3);
+             In<QCheckBox>(d, "Linear")->setChecked(true);
+             In<QCheckBox>(d, "Darken")->setChecked(true);
+         },
+         {"--smooth", "3", "--linear", "--darken"}},
+        {"shots and dark",
+         [&](auto& d) {
+             dialogs.openAnswers = {shot, dark};
+             In<QPushButton>(d, "BtnAddShot")->click();
+             In<QPushButton>(d, "BtnChooseDark")->click();
+         },
+         {"--white", shot, "--dark", dark}},
+    };
+    for (const OptionsRow& row : rows) {
+        SCOPED_TRACE(row.label);
+        OpenWhite(kModes / "white_card_a.tif");
+        AnswerOptions([](auto& d) { In<QPushButton>(d, "BtnReset")->click(); });
+        Click("BtnOptions");
+        AnswerOptions(row.set);
+        Click("BtnOptions");
+        EXPECT_FALSE(Get<QLabel>("TxtOptions")->text().isEmpty());
+        const fs::path window = folder / row.label / "window", cli = folder / row.label / "cli";
+        ProcessAll(window);
+        fs::create_directories(cli);
+        std::vector<std::string> args = {"--white", kModes / "white_card_a.tif", "--output", cli};
+        args.insert(args.end(), row.flags.begin(), row.flags.end());
+        args.push_back(kModes / "subjects");
+        ASSERT_EQ(Equalize(args).code, 0);
+        EXPECT_EQ(HashFolder(window), HashFolder(cli));
+        EXPECT_EQ(State().ErrorMessages[0].rfind("Equalized with ", 0), 0u);
+    }
+    // A picture of the dialog as it stands, for a reviewer's eye.
+    QTimer::singleShot(0, [] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
+        dialog->grab().save(BRISAVANE_ARTIFACT_DIR "/correction-options.png");
+        static_cast<QDialog*>(dialog)->reject();
+    });
+    Click("BtnOptions");
+}
+
+// The options come back with the window; the card's files never do, and Reset
+// brings back the window's own correction.
+TEST_F(WindowOptions, OptionsOutliveTheWindowCardFilesDont) {
+    AnswerOptions([&](auto& d) {
+        In<QCheckBox>(d, "Linear")->setChecked(true);
+        dialogs.openAnswers = {kModes / "white_card_b.tif"};
+        In<QPushButton>(d, "BtnAddShot")->click();
+    });
+    Click("BtnOptions");
+    const QString shown = Get<QLabel>("TxtOptions")->text();
+    EXPECT_EQ(shown, "Options: linear light, 2 shots of the card");
+    win = std::make_unique<WinEqualize>(new MenuBar1(), &dialogs);
+    EXPECT_EQ(Get<QLabel>("TxtOptions")->text(), "Options: linear light");
+    EXPECT_TRUE(State().modes.linear);
+    AnswerOptions([](auto& d) { In<QPushButton>(d, "BtnReset")->click(); });
+    Click("BtnOptions");
+    EXPECT_EQ(Get<QLabel>("TxtOptions")->text(), "");
+}
+
+// The window's report of the open card is the command line's.
+TEST_F(WindowOptions, CardReportIsTheCommandLines) {
+    auto* report = win->menuBar()->findChild<QAction*>("CardReport");
+    ASSERT_TRUE(report->isEnabled());
+    dialogs.folderAnswers.push_back(folder / "window");
+    dialogs.itemAnswers.push_back("A2");
+    report->trigger();
+    EXPECT_EQ(dialogs.documents, std::vector<std::string>{folder / "window/report.html"});
+    ASSERT_EQ(
+        Analyze({kModes / "white_card_a.tif", "--report", folder / "cli", "--format", "A2"}).code,
+        0);
+    EXPECT_EQ(testing_tiff::ReadFile(folder / "window/report.json"),
+              testing_tiff::ReadFile(folder / "cli/report.json"));
+}
+
+// A card dropped opens as Open does; a folder chooses as Choose does; TIFFs of
+// one folder tick exactly those; anything else is refused in words.
+TEST_F(WindowOptions, DropsDoWhatOpenAndChooseDo) {
+    const std::string opened = Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"});
+    win->Drop(DropArea::WhiteImage, {kModes / "white_card_a.tif"});
+    EXPECT_EQ(Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"}), opened);
+    win->Drop(DropArea::Subjects, {kModes / "subjects"});
+    EXPECT_EQ(win->ListCount(), 2);
+    win->Drop(DropArea::Subjects, {kModes / "subjects/scene.tif"});
+    EXPECT_EQ(std::vector<bool>({win->Ticked(0), win->Ticked(1)}),
+              std::vector<bool>({false, true}));
+    win->Drop(DropArea::WhiteImage, {kModes / "white_card_a.tif", kModes / "dark_frame.tif"});
+    win->Drop(DropArea::Subjects, {kModes / "subjects/chart.tif", kModes / "dark_frame.tif"});
+    EXPECT_EQ(Texts({"TxtStatusWhite", "TxtStatusSubject"}),
+              "Drop one TIFF file here: it opens as the white card.\n"
+              "The files come from several folders: drop those of one folder.\n");
+}
+}  // namespace
