@@ -105,10 +105,16 @@ TEST_F(WindowOptions, GiveTheCommandLinesBytesAndSayWhichAreOn) {
         EXPECT_EQ(HashFolder(window), HashFolder(cli));
         EXPECT_EQ(State().ErrorMessages[0].rfind("Equalized with ", 0), 0u);
     }
-    // A picture of the dialog as it stands, for a reviewer's eye.
+    // Pictures of the window, its Correction menu and the dialog as they
+    // stand, for a reviewer's eye and the README.
+    QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
+    win->grab().save(BRISAVANE_ARTIFACT_DIR "/window-options.png");
+    auto* menu = win->findChild<QMenu*>("CorrectionMenu");
+    menu->popup(win->mapToGlobal(QPoint(110, 20)));
+    menu->grab().save(BRISAVANE_ARTIFACT_DIR "/correction-menu.png");
+    menu->hide();
     QTimer::singleShot(0, [] {
         QWidget* dialog = QApplication::activeModalWidget();
-        QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
         dialog->grab().save(BRISAVANE_ARTIFACT_DIR "/correction-options.png");
         static_cast<QDialog*>(dialog)->reject();
     });
