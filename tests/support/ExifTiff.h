@@ -1,0 +1,53 @@
+#pragma once
+
+// Small RGB TIFFs carrying what a CardExif describes, written by libtiff with
+// its custom-directory API: an independent writer of what ReadCardExif reads.
+
+#include <tiffio.h>
+
+#include <array>
+#include <filesystem>
+#include <vector>
+
+#include "CardExif.h"
+
+// Black pixels of the size and depth given, Make and Model in the first
+// directory and, when exif.hasExif, the EXIF directory after it, whose offset
+// the first directory then gets as it is written anew.
+inline void WriteExifTiff(const std::filesystem::path& path, const CardExif& exif) {
+    TIFF* tif = TIFFOpen(path.c_str(), "w");
+    const auto text = [&](std::uint32_t tag, const std::optional<std::string>& value) {
+        if (value) TIFFSetField(tif, tag, value->c_str());
+    };
+    TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, exif.width);
+    TIFFSetField(tif, TIFFTAG_IMAGELENGTH, exif.height);
+    TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, exif.bitsPerSample);
+    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 3);
+    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, exif.height);
+    text(TIFFTAG_MAKE, exif.make);
+    text(TIFFTAG_MODEL, exif.model);
+    std::vector<std::uint8_t> pixels(std::size_t{exif.width} * exif.height * 3 *
+                                     (exif.bitsPerSample / 8));
+    TIFFWriteEncodedStrip(tif, 0, pixels.data(), static_cast<tmsize_t>(pixels.size()));
+    if (exif.hasExif) {
+        TIFFWriteDirectory(tif);
+        TIFFCreateEXIFDirectory(tif);
+        text(EXIFTAG_LENSMAKE, exif.lensMake);
+        text(EXIFTAG_LENSMODEL, exif.lensModel);
+        text(EXIFTAG_DATETIMEORIGINAL, exif.dateTimeOriginal);
+        if (exif.focalLength) TIFFSetField(tif, EXIFTAG_FOCALLENGTH, *exif.focalLength);
+        if (exif.fNumber) TIFFSetField(tif, EXIFTAG_FNUMBER, *exif.fNumber);
+        if (const auto& s = exif.lensSpecification) {
+            std::array<float, 4> values{float((*s)[0]), float((*s)[1]), float((*s)[2]),
+                                        float((*s)[3])};
+            TIFFSetField(tif, EXIFTAG_LENSSPECIFICATION, values.data());
+        }
+        std::uint64_t offset = 0;
+        TIFFWriteCustomDirectory(tif, &offset);
+        TIFFSetDirectory(tif, 0);
+        TIFFSetField(tif, TIFFTAG_EXIFIFD, offset);
+        TIFFRewriteDirectory(tif);
+    }
+    TIFFClose(tif);
+}
