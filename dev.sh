@@ -8,11 +8,13 @@ cd "$(dirname "$0")"
 # Options and JSON (CLI11, nlohmann-json), the card report's colour and the
 # correction modes' tone curves (LittleCMS; the samples' maker loads it too),
 # PNG writing, the icon's sizes, and making and checking the .deb
-# (dpkg-shlibdeps needs `file`); GNU parallel for the sharded-run test.
+# (dpkg-shlibdeps needs `file`); GNU parallel for the sharded-run test; the
+# record of a correction in a copy's XMP history (Exiv2 parses and writes the
+# packet, OpenSSL's libcrypto gives the SHA-256 of the card it names).
 PACKAGES=(cmake ninja-build g++ python3 libgtest-dev libtiff-dev libtiff-tools zlib1g-dev
           qt6-base-dev libgl-dev xvfb xauth libcli11-dev nlohmann-json3-dev parallel
           liblcms2-dev libpng-dev librsvg2-bin dpkg-dev file desktop-file-utils appstream
-          gcovr)
+          gcovr libexiv2-dev libssl-dev)
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
