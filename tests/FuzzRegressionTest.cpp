@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "ExifHarness.h"
 #include "Harness.h"
 
 namespace {
@@ -12,7 +13,8 @@ TEST(FuzzRegression, ReplaysEveryFinding) {
     for (const auto& [folder, exercise] : {std::pair<const char*, void (*)(const std::string&)>{
                                                "fuzz/regressions/reader", ExerciseWhiteCard},
                                            {"fuzz/regressions/equalize", ExerciseEqualize},
-                                           {"fuzz/regressions/cli", ExerciseCommandLine}}) {
+                                           {"fuzz/regressions/cli", ExerciseCommandLine},
+                                           {"fuzz/regressions/exif", ExerciseCardExif}}) {
         int replayed = 0;
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
             SCOPED_TRACE(entry.path().string());
