@@ -63,7 +63,8 @@ std::optional<double> PercentText(const std::string& text) {
 }
 
 std::string CardErrorLine(const std::string& command, const CardProblem& problem) {
-    const bool modes =
-        problem.verdict == CardVerdict::Mismatched || problem.verdict == CardVerdict::NoCurves;
+    const bool modes = problem.verdict == CardVerdict::Mismatched ||
+                       problem.verdict == CardVerdict::NoCurves ||
+                       problem.verdict == CardVerdict::NoLibrary;
     return modes ? command + ": " + problem.text : problem.text;
 }

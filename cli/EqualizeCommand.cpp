@@ -38,6 +38,7 @@ class SubjectRun {
                std::ostream& out, std::ostream* terminal, bool json)
         : subjects_(subjects),
           settings_(settings),
+          chosen_(subjects.size()),
           out_(out),
           json_(json),
           progress_(terminal, subjects.size()),
@@ -47,6 +48,8 @@ class SubjectRun {
     bool Run(int jobs);
     // Marks a subject as done before any job starts.
     void Settle(std::size_t index, SubjectResult result) { results_[index] = std::move(result); }
+    // Chooses the card of every subject left, and the order to run them in.
+    void ChooseCards();
 
   private:
     void Work();
@@ -54,6 +57,8 @@ class SubjectRun {
 
     const std::vector<std::string>& subjects_;
     const JobSettings& settings_;
+    std::vector<SubjectCard> chosen_;
+    std::vector<std::size_t> order_;  // the subjects card by card
     std::ostream& out_;
     bool json_;
     ProgressLine progress_;
@@ -79,8 +84,18 @@ void SubjectRun::Report(std::size_t index, SubjectResult result) {
     }
 }
 
+void SubjectRun::ChooseCards() {
+    for (std::size_t k = 0; k < subjects_.size(); ++k) {
+        if (results_[k]) continue;
+        chosen_[k] = settings_.cards.Choose(subjects_[k]);
+        if (chosen_[k].group) settings_.cards.Expect(*chosen_[k].group);
+    }
+    order_ = RunCards::Order(chosen_);
+}
+
 void SubjectRun::Work() {
-    for (std::size_t k = next_++; k < subjects_.size(); k = next_++) {
+    for (std::size_t next = next_++; next < order_.size(); next = next_++) {
+        const std::size_t k = order_[next];
         if (results_[k]) {
             Report(k, *results_[k]);
             continue;
@@ -88,7 +103,7 @@ void SubjectRun::Work() {
         const Clock::time_point start = Clock::now();
         const std::string name = std::filesystem::path(subjects_[k]).filename().string();
         TerminalHost host(progress_, k, name);
-        SubjectResult result = EqualizeSubject(subjects_[k], settings_, host, k);
+        SubjectResult result = EqualizeSubject(subjects_[k], chosen_[k], settings_, host, k);
         result.seconds = SecondsSince(start);
         Report(k, std::move(result));
     }
@@ -132,6 +147,17 @@ bool AddListedSubjects(const std::string& list, std::vector<std::string>& subjec
     return !in.bad();
 }
 
+// The first subject that lies in the card library's folder, which would be
+// equalized by a card of its own kind; empty when none does.
+std::string SubjectInLibrary(const std::vector<std::string>& subjects, const std::string& library) {
+    std::error_code ec;
+    if (library.empty()) return "";
+    const auto folder = std::filesystem::weakly_canonical(library, ec);
+    for (const std::string& subject : subjects)
+        if (std::filesystem::weakly_canonical(subject, ec).parent_path() == folder) return subject;
+    return "";
+}
+
 struct Streams {
     std::ostream& out;
     std::ostream& err;
@@ -147,21 +173,25 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
                << "\n";
         return kExitUnusable;
     }
+    const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
+    if (const std::string inside = SubjectInLibrary(subjects, options.library); !inside.empty())
+        return parser.Refuse("the card library " + options.library + " holds the subject " + inside,
+                             io.err);
     CardProblem problem;
-    const auto white = CardSource::Open(options.modes, {}, problem);
-    if (!white) {
+    const auto cards =
+        RunCards::Open(options.modes, options.library, options.amountToApply, problem);
+    if (!cards) {
         io.err << CardErrorLine("brisavane-cli equalize", problem) << "\n";
         return kExitUnusable;
     }
-    const std::vector<std::string> subjects = ExpandSubjects(options.subjects);
     if (subjects.empty()) {
         io.err << "brisavane-cli equalize: no subject file found\n";
         return kExitSomeFailed;
     }
     const bool spareCore = std::min<std::size_t>(static_cast<std::size_t>(options.jobs),
                                                  subjects.size()) < CoresToRunOn();
-    const CardRun card(white, options.amountToApply);
-    const JobSettings settings{card, *folder, options.overwrite, spareCore};
+    const JobSettings settings{*cards,    *folder,        options.overwrite,
+                               spareCore, options.record, 100.0 * options.amountToApply};
     SubjectRun run(subjects, settings, io.out, io.terminal, options.json);
     const auto settled = SettleOutputs(subjects, *folder, options.skipExisting);
     for (std::size_t k = 0; k < subjects.size(); ++k) {
@@ -171,6 +201,7 @@ int EqualizeWith(EqualizeOptions& options, const CommandParser& parser, const St
         result.done = settled[k]->done;
         run.Settle(k, std::move(result));
     }
+    run.ChooseCards();
     return run.Run(options.jobs) ? kExitOk : kExitSomeFailed;
 }
 }  // namespace

@@ -53,8 +53,14 @@ int Jobs(const std::string& text) {
 void EqualizeOptions::Declare(CLI::App& app) {
     app.add_option("--white", modes.cards, mode_sentences::kShots)
         ->type_name("WHITE")
-        ->allow_extra_args(false)
-        ->required();
+        ->allow_extra_args(false);
+    app.add_option("--cards", library,
+                   "A card library: every TIFF in DIR is a white card, and each subject gets "
+                   "the one shot with its camera, lens, focal length and aperture (by EXIF), "
+                   "nearest in time. With --white too, that card serves the subjects no "
+                   "library card matches.")
+        ->type_name("DIR")
+        ->check(NonEmptyPath());
     app.add_option("--output", output, "The folder the equalized copies go to; it must exist.")
         ->type_name("DIR")
         ->required();
@@ -74,6 +80,9 @@ void EqualizeOptions::Declare(CLI::App& app) {
            "--jobs", [this](const std::string& text) { jobs = Jobs(text); },
            "How many files to treat at once (default: one a processor core).")
         ->type_name("N");
+    app.add_flag("--record", record,
+                 "Add to each output's XMP an xmpMM:History entry naming the card (with its "
+                 "SHA-256), the amount and the options.");
     app.add_flag("--json", json,
                  "Write one JSON object a subject, and last one with the run's totals, instead "
                  "of the result lines.");
@@ -107,6 +116,7 @@ void EqualizeOptions::DeclareModes(CLI::App& app) {
 }
 
 std::string EqualizeOptions::Missing() const {
+    if (modes.cards.empty() && library.empty()) return "--white or --cards is needed";
     return subjects.empty() && fileList.empty() ? "at least one SUBJECT or --files-from is needed"
                                                 : "";
 }

@@ -31,6 +31,7 @@ std::string JsonLine(const SubjectResult& result) {
                        {"reason", TextOrNull(result.reason)},
                        {"seconds", Rounded(result.seconds)},
                        {"notes", result.notes},
+                       {"card", result.card ? Json(*result.card) : Json(nullptr)},
                        {"figures", figures}});
 }
 

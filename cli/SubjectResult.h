@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ struct SubjectResult {
     std::vector<std::string> notes;         // remarks that follow the line in parentheses
     std::map<std::string, double> figures;  // measures of the file, by name
     double seconds = 0.0;                   // time spent on it
+    // The card's shots that served it, or would have; nullopt when none did.
+    std::optional<std::vector<std::string>> card;
     bool done = false;  // skipped because an earlier run already wrote its output
 
     static SubjectResult Written(const std::string& name, const std::string& output);

@@ -49,8 +49,8 @@ void Batch::Run() {
     if (!state_.card) throw NilObjectException();
     card_ = std::make_unique<CardRun>(state_.card, state_.AmountToApply);
     host_.DisableProcess();
-    const SubjectSettings settings{*card_, *folder, OutputPlacement::UnderFinalName, false, 0,
-                                   this,   false};
+    const SubjectSettings settings{card_.get(), *folder, OutputPlacement::UnderFinalName, false, 0,
+                                   this,        false};
     for (std::int64_t row = 0; row <= host_.ListCount() - 1; ++row)
         if (ProcessRow(row, settings) == Next::Stop) break;
     state_.EqualizationCompleted = true;

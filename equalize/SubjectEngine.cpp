@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <optional>
 
 #include "Exceptions.h"
+#include "HistoryRecord.h"
 #include "LeftOutCopy.h"
 #include "LibtiffRoad.h"
 #include "OutputFileName.h"
@@ -16,12 +18,8 @@
 namespace {
 using Verdict = SubjectJudgement::Verdict;
 
-// "gain capped on 1.3 % of pixels", to one decimal.
 std::string CappedNote(std::uint64_t capped, const CardSource& card) {
-    const double pixels = static_cast<double>(card.Width()) * static_cast<double>(card.Height());
-    char share[32];
-    std::snprintf(share, sizeof share, "%.1f", 100.0 * static_cast<double>(capped) / pixels);
-    return std::string("gain capped on ") + share + " % of pixels";
+    return "gain capped on " + CappedShare(capped, card) + " % of pixels";
 }
 
 // A descriptor closed with its owner.
@@ -46,12 +44,15 @@ class SubjectRoad {
     SubjectEnd WriteUnderFinalName(const FolderItem& output);
     SubjectEnd WriteBeside(const FolderItem& output);
     std::vector<ByteRange> Ranges() const {
-        return judged_.image && judged_.verdict == Verdict::Libtiff ? RewrittenRanges(*judged_.image)
-                                                                    : std::vector{RowsOf(tiff_)};
+        return judged_.image && judged_.verdict == Verdict::Libtiff
+                   ? RewrittenRanges(*judged_.image)
+                   : std::vector{RowsOf(tiff_)};
     }
-    // The road itself, into a copy made around the pixels.
+    // The road itself, into a copy made around the pixels, then its record.
     SubjectEnd Rewrite(int fd, const FolderItem& copy, const std::string& outputName,
                        LeftOutCopy* leftOut);
+    SubjectEnd RewritePixels(int fd, const FolderItem& copy, const std::string& outputName,
+                             LeftOutCopy* leftOut);
     SubjectEnd ThroughLibtiff(int fd, const std::string& outputName, LeftOutCopy* leftOut);
     void EndRow();
 
@@ -62,10 +63,12 @@ class SubjectRoad {
     std::unique_ptr<SubjectCorrection> correction_;
     std::string problem_;
     bool droppedLayers_ = false;
+    std::optional<RecordEnd> recorded_;
 };
 
 SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
-    judged_ = JudgeSubject(tiff_, std::move(subjectFile), settings_.card.Card());
+    judged_ = JudgeSubject(tiff_, std::move(subjectFile),
+                           settings_.card ? &settings_.card->Card() : nullptr);
     switch (judged_.verdict) {
         case Verdict::Missing:
             return SubjectReport(SubjectEnd::Missing);
@@ -80,6 +83,7 @@ SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
     if (window) window->SubjectOpened();
     if (judged_.verdict == Verdict::Unusable)
         return SubjectReport(SubjectEnd::Unusable, judged_.text);
+    if (!settings_.card) return SubjectReport(SubjectEnd::NoCard, settings_.noCard);
     if (judged_.verdict == Verdict::Unfit) return SubjectReport(SubjectEnd::Unfit, judged_.text);
     if (window && judged_.verdict == Verdict::OneStrip) window->SubjectAccepted(tiff_);
 
@@ -101,8 +105,9 @@ SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
     if (correction_) report.figures = correction_->Figures();
     if (report.end == SubjectEnd::Written) {
         if (droppedLayers_) report.notes.push_back("Photoshop layer data removed");
+        if (recorded_) report.notes.push_back(RecordNote(*recorded_));
         if (report.figures.cappedPixels > 0)
-            report.notes.push_back(CappedNote(report.figures.cappedPixels, settings_.card.Card()));
+            report.notes.push_back(CappedNote(report.figures.cappedPixels, settings_.card->Card()));
     }
     return report;
 }
@@ -130,10 +135,10 @@ std::shared_ptr<FolderItem> SubjectRoad::OutputFor(const FolderItem& subject, Su
 }
 
 SubjectEnd SubjectRoad::Write(const FolderItem& output) {
-    const CardRun& card = settings_.card;
+    const CardRun& card = *settings_.card;
     const bool tiled = judged_.image && judged_.image->tiled;
-    correction_ = std::make_unique<SubjectCorrection>(
-        card, tiled ? judged_.image->BandRows() : 1, judged_.curves, settings_.spareCore);
+    correction_ = std::make_unique<SubjectCorrection>(card, tiled ? judged_.image->BandRows() : 1,
+                                                      judged_.curves, settings_.spareCore);
     if (settings_.placement == OutputPlacement::UnderFinalName) return WriteUnderFinalName(output);
     return WriteBeside(output);
 }
@@ -173,6 +178,14 @@ SubjectEnd SubjectRoad::WriteBeside(const FolderItem& output) {
 
 SubjectEnd SubjectRoad::Rewrite(int fd, const FolderItem& copy, const std::string& outputName,
                                 LeftOutCopy* leftOut) {
+    const SubjectEnd end = RewritePixels(fd, copy, outputName, leftOut);
+    if (end == SubjectEnd::Written && settings_.history)
+        recorded_ = RecordHistory(fd, *settings_.history);
+    return end;
+}
+
+SubjectEnd SubjectRoad::RewritePixels(int fd, const FolderItem& copy, const std::string& outputName,
+                                      LeftOutCopy* leftOut) {
     if (judged_.verdict == Verdict::Libtiff) return ThroughLibtiff(fd, outputName, leftOut);
     const auto stream = fd < 0 ? nullptr : BinaryStream::OnDescriptor(fd, copy.Path());
     if (!stream) {
@@ -200,8 +213,8 @@ SubjectEnd SubjectRoad::ThroughLibtiff(int fd, const std::string& outputName,
     PassPictures pictures{window ? window->ResultPicture() : unseen,
                           window ? &window->SubjectPicture() : nullptr,
                           window ? window->SubjectRoom() : CanvasSize{0, 0}};
-    const LibtiffRoadEnd end = RunLibtiffRoad(
-        {*judged_.image, fd, outputName, *correction_, leftOut}, host_, pictures);
+    const LibtiffRoadEnd end =
+        RunLibtiffRoad({*judged_.image, fd, outputName, *correction_, leftOut}, host_, pictures);
     if (end.end == RowPassEnd::Cancelled) return SubjectEnd::Cancelled;
     EndRow();
     droppedLayers_ = end.droppedLayers;
@@ -215,6 +228,13 @@ void SubjectRoad::EndRow() {
     host_.SetSubjectStatus("");
 }
 }  // namespace
+
+std::string CappedShare(std::uint64_t capped, const CardSource& card) {
+    const double pixels = static_cast<double>(card.Width()) * static_cast<double>(card.Height());
+    char share[32];
+    std::snprintf(share, sizeof share, "%.1f", 100.0 * static_cast<double>(capped) / pixels);
+    return share;
+}
 
 SubjectReport EqualizeSubjectFile(TiffFile& tiff, std::shared_ptr<FolderItem> subject,
                                   const SubjectSettings& settings, RowPassHost& host) {

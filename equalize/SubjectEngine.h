@@ -13,6 +13,7 @@
 #include "RowPassHost.h"
 #include "SubjectCorrection.h"
 #include "TiffFile.h"
+#include "XmpHistory.h"
 
 // The words for an output that didn't come out whole.
 inline constexpr const char* kWriteProblemText = "Problem writing equalized TIFF file.";
@@ -37,13 +38,15 @@ class SubjectWindow {
 
 // What every subject of one run shares.
 struct SubjectSettings {
-    const CardRun& card;  // read once for the run
+    const CardRun* card;  // read once for the run; nil: none serves the subject, why in noCard
     const FolderItem& outputFolder;
     OutputPlacement placement;
-    bool overwrite;         // beside: an output already there is replaced
-    std::size_t jobNumber;  // beside: keeps the hidden names of parallel jobs apart
-    SubjectWindow* window;  // nil on the command line; needed for the final name
+    bool overwrite;          // beside: an output already there is replaced
+    std::size_t jobNumber;   // beside: keeps the hidden names of parallel jobs apart
+    SubjectWindow* window;   // nil on the command line; needed for the final name
     bool spareCore = false;  // a core no job runs on, for a subject's row to share
+    std::string noCard = {};
+    const HistoryEntry* history = nullptr;  // added to each output's XMP, when given
 };
 
 // Where one subject's road ended.
@@ -52,6 +55,7 @@ enum class SubjectEnd {
     Unopenable,    // no regular file that gives a stream
     Refused,       // not a TIFF either reader takes; our reader's words in text
     Unusable,      // not a TIFF the engine can equalize; "this is ..." in text
+    NoCard,        // a TIFF the engine reads, but no card serves it; why in text
     Unfit,         // it doesn't go with the card (strip, size, depth, curves); its text in text
     NoOutputName,  // the name rule gives no file inside the output folder
     OutputKept,    // beside: the output is there and isn't to be replaced
@@ -84,3 +88,7 @@ struct SubjectReport {
 // to the caller; an output beside its name is discarded first.
 SubjectReport EqualizeSubjectFile(TiffFile& tiff, std::shared_ptr<FolderItem> subject,
                                   const SubjectSettings& settings, RowPassHost& host);
+
+// The share of the card's pixels a capped gain was held on, in percent to one
+// decimal ("1.3"), as the note on a subject says it.
+std::string CappedShare(std::uint64_t capped, const CardSource& card);

@@ -25,13 +25,14 @@ std::string Mismatch(const CardSource& card, std::int64_t width, std::int64_t he
 // Our reader alone takes it: the tests the window always made, then what it
 // took for pixels without asking: one plain strip of the card's depth.
 SubjectJudgement OnOurReaderAlone(const TiffFile& tiff, TiffOpening opening,
-                                  const LibtiffFile& probe, const CardSource& card) {
+                                  const LibtiffFile& probe, const CardSource* card) {
     if (opening == TiffOpening::Refused) return {Verdict::Refused, tiff.errstr};
     if (tiff.ImageHeight != tiff.RowsPerStrip) return {Verdict::Unfit, StripText(tiff)};
+    if (!card) return {Verdict::OneStrip};
     const bool plain = (tiff.BytesPerPixel == 3 || tiff.BytesPerPixel == 6) &&
                        tiff.SamplesPerPixel == 3 && tiff.Compression <= 1;
     const std::int64_t bits = plain ? tiff.BytesPerPixel / 3 * 8 : tiff.BitsPerSample;
-    if (std::string text = Mismatch(card, tiff.ImageWidth, tiff.ImageHeight, bits); !text.empty())
+    if (std::string text = Mismatch(*card, tiff.ImageWidth, tiff.ImageHeight, bits); !text.empty())
         return {Verdict::Unfit, text};
     if (!plain)
         return {Verdict::Unfit,
@@ -66,7 +67,7 @@ std::string MissingStrips(const LibtiffFile& image) {
 }  // namespace
 
 SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
-                              const CardSource& card) {
+                              const CardSource* card) {
     const TiffOpening opening = OpenTiffFile(tiff, std::move(file));
     if (opening == TiffOpening::Missing) return {Verdict::Missing};
     if (opening == TiffOpening::Unopenable) return {Verdict::Unopenable};
@@ -74,12 +75,13 @@ SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
     if (!image->Handle()) return OnOurReaderAlone(tiff, opening, *image, card);
     if (std::string unusable = image->Unusable(); !unusable.empty())
         return {Verdict::Unusable, "this is " + unusable};
-    if (std::string text = Mismatch(card, image->width, image->height, image->bits); !text.empty())
+    if (!card) return {Verdict::Libtiff};
+    if (std::string text = Mismatch(*card, image->width, image->height, image->bits); !text.empty())
         return {Verdict::Unfit, text};
     SubjectJudgement judged{Verdict::Libtiff};
-    if (card.Modes().linear) {
+    if (card->Modes().linear) {
         std::string why;
-        judged.curves = card.CurvesOf(*image, "the file", why);
+        judged.curves = card->CurvesOf(*image, "the file", why);
         if (!judged.curves) return {Verdict::Unfit, why};
     }
     if (TakenAsOneStrip(tiff, opening, *image)) {

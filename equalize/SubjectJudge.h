@@ -36,8 +36,10 @@ struct SubjectJudgement {
 // it. The words come in this order: the strip text, only for a file libtiff
 // can't open; the engine's reason (a JPEG, float samples, ...); the size
 // text; the depth text; what linear light lacks; pixel rows past the file's end.
+// Without a card (none serves the subject) only what the subject is, is
+// judged, up to the engine's reason.
 SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
-                              const CardSource& card);
+                              const CardSource* card);
 
 // The words for a subject whose size, or whose depth, isn't the card's.
 std::string SizeMismatchText(const TiffFile& white, std::int64_t width, std::int64_t height);

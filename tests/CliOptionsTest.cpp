@@ -48,7 +48,7 @@ TEST(CliOptions, HelpOrRefusal) {
         {EQUALIZE "@a --amount", "brisavane-cli equalize: --amount"},
         {EQUALIZE "--fast @a",
          "brisavane-cli equalize: The following argument was not expected: --fast"},
-        {"equalize --output @ @a", "brisavane-cli equalize: --white is required"},
+        {"equalize --output @ @a", "brisavane-cli equalize: --white or --cards is needed"},
         {"analyze @a --tone-map", "brisavane-cli analyze: "},
         {"analyze @a --tone-map=", "brisavane-cli analyze: "},
         {"analyze @a --tone-map @t --preview", "brisavane-cli analyze: "},

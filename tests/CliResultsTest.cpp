@@ -58,7 +58,13 @@ TEST(CliResults, JsonObjectsSayWhatTheLinesSay) {
             expected = expected.substr(0, bad) + "\uFFFD" + expected.substr(bad + 1);
         EXPECT_EQ(line, expected);
         EXPECT_TRUE(o[written ? "reason" : "output"].is_null());
-        EXPECT_EQ(o["notes"].dump() + o["figures"].dump(), "[]{}");
+        EXPECT_EQ(o["notes"].dump() + o["card"].dump(),
+                  "[]" + json::array({kSamples + "/white_card.tif"}).dump());
+        // the card's brightest green is the target; its gains run from 1 up
+        EXPECT_EQ(o["figures"].dump(),
+                  written ? R"({"largest_gain":2.8790363443733016,"smallest_gain":1.0,)"
+                            R"("target_level":62501.0})"
+                          : "{}");
         statuses += o["status"].get<std::string>() + " ";
     }
     EXPECT_EQ(statuses, "written written failed skipped ");

@@ -69,9 +69,11 @@ TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
         };
     const ChildResult shown = InChild([&]() -> std::string {
         if (!window) {
-            const CardRun card(rig.state.card, 1.0);
-            const JobSettings settings{card, FolderItem(rig.dir.Path() / "out"), false};
-            return ResultLine(EqualizeSubject(rig.SubjectPath("a.tif"), settings, rig.host, 0));
+            CardProblem problem;
+            const auto cards = RunCards::Open(rig.state.card->Modes(), "", 1.0, problem);
+            const JobSettings settings{*cards, FolderItem(rig.dir.Path() / "out"), false};
+            const std::string path = rig.SubjectPath("a.tif");
+            return ResultLine(EqualizeSubject(path, cards->Choose(path), settings, rig.host, 0));
         }
         rig.Press();
         if (!rig.host.dialogs.messages.empty()) return rig.host.dialogs.messages.front();

@@ -468,3 +468,12 @@ CardRun::CardRun(std::shared_ptr<const CardSource> card, double amountToApply)
     if (card_->FromSamples() && card_->Curves())
         table_.emplace(rule_, card_->Bits(), card_->Curves());
 }
+
+std::pair<double, double> CardRun::GainRange() const {
+    const RowExtremes& e = card_->Extremes();
+    const double extremes[6] = {e.max[0], e.max[1], e.max[2], e.min[0], e.min[1], e.min[2]};
+    double gains[6] = {};
+    rule_.Gains({extremes, SampleKind::F64}, 2, gains);
+    const std::size_t per = rule_.GainsPerPixel();
+    return {*std::min_element(gains, gains + per), *std::max_element(gains + per, gains + 2 * per)};
+}

@@ -31,6 +31,7 @@ enum class CardVerdict {
     Mismatched,   // a further shot or the dark frame doesn't go with the first shot
     NoCurves,     // linear light needs tone curves the files don't have
     Unwritable,   // no scratch file can be made
+    NoLibrary,    // a card library that isn't a folder, or holds no card
 };
 
 struct CardProblem {
@@ -136,6 +137,10 @@ class CardRun {
     const GainRule& Rule() const { return rule_; }
     // The target level of green, as the window has always worked it out.
     double TargetLevel() const { return rule_.target[1]; }
+    // The smallest and largest gain the rule gives any pixel of the card (the
+    // gains of its brightest and its darkest values), the same for every
+    // subject it corrects.
+    std::pair<double, double> GainRange() const;
     const GainTable* Table() const { return table_ ? &*table_ : nullptr; }
 
   private:

@@ -17,6 +17,21 @@ std::string CorrectionModes::Described() const {
     return words;
 }
 
+std::string CorrectionModes::Flags() const {
+    std::string flags;
+    const auto add = [&flags](const std::string& more) {
+        flags += (flags.empty() ? "" : " ") + more;
+    };
+    if (channels == GainChannels::Rgb) add("--channels rgb");
+    if (smoothRadius > 0) add("--smooth " + std::to_string(smoothRadius));
+    if (maxGain) add("--max-gain " + CStr(*maxGain));
+    if (linear) add("--linear");
+    if (darken) add("--darken");
+    for (std::size_t k = 1; k < cards.size(); ++k) add("--white " + cards[k]);
+    if (!dark.empty()) add("--dark " + dark);
+    return flags;
+}
+
 CorrectionModes CorrectionModes::Options() const {
     CorrectionModes options = *this;
     options.cards.clear();

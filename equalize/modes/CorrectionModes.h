@@ -24,6 +24,9 @@ struct CorrectionModes {
     // linear light"); empty when every one is off, so the window's own
     // correction serves.
     std::string Described() const;
+    // The modes as the command line takes them ("--channels rgb --max-gain 4"),
+    // the further shots and the dark frame among them; empty when all are off.
+    std::string Flags() const;
     // The same options and no card files: what a user keeps between sessions.
     CorrectionModes Options() const;
 };

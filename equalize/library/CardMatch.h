@@ -17,6 +17,7 @@ struct LibraryCard {
 struct CardChoice {
     std::optional<std::size_t> card;  // index into the cards given
     std::string failure;              // empty when a card was chosen
+    bool tie = false;                 // several cards matched equally
 };
 
 // Chooses the white card of a subject from the cards of one folder (folder is
@@ -56,6 +57,9 @@ struct CardChoice {
 //     "none of them has a time", "the subject has no time"
 CardChoice ChooseCard(const CardExif& subject, const std::vector<LibraryCard>& cards,
                       const std::string& folder);
+
+// Whether the EXIF has every field the rules match on.
+bool Matchable(const CardExif& exif);
 
 // One line on a card for a listing of the library, starting with its file name:
 //   f8.tif: Camera X, Macro 100mm, 100 mm, f/8, shot 2024:05:01 10:00:00 (6000 x 4000, 16-bit)

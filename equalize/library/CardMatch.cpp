@@ -157,12 +157,13 @@ CardChoice Nearest(const CardExif& subject, bool subjectHasTime, const std::vect
     std::vector<Candidate> tied;
     std::copy_if(left.begin(), left.end(), std::back_inserter(tied),
                  [&](const Candidate& c) { return c.Rank() == best->Rank(); });
-    if (tied.size() == 1) return {best->index, ""};
+    if (tied.size() == 1) return {best->index, "", false};
     std::vector<std::string> names;
     for (const Candidate& c : tied) names.push_back(FileName(cards[c.index].path));
-    return {std::nullopt, std::to_string(tied.size()) + " cards in " + folder + " match " +
-                              ShotText(subject) + " equally: " + Join(names) + " (" +
-                              TieReason(tied, subjectHasTime) + ")"};
+    return {std::nullopt,
+            std::to_string(tied.size()) + " cards in " + folder + " match " + ShotText(subject) +
+                " equally: " + Join(names) + " (" + TieReason(tied, subjectHasTime) + ")",
+            true};
 }
 }  // namespace
 
@@ -186,17 +187,29 @@ CardChoice ChooseCard(const CardExif& subject, const std::vector<LibraryCard>& c
     return Nearest(subject, subjectTime.has_value(), left, cards, folder);
 }
 
-std::string DescribeCard(const LibraryCard& card) {
-    const CardExif& exif = card.exif;
-    const std::string name = FileName(card.path) + ": ";
-    if (!exif.hasExif) return name + "can't be matched: it has no EXIF";
+namespace {
+// The fields the rules need that the EXIF lacks.
+std::vector<std::string> MissingFields(const CardExif& exif) {
     std::vector<std::string> missing;
     if (!exif.make) missing.push_back("camera make");
     if (!exif.model) missing.push_back("camera model");
     if (!exif.lensModel && !(exif.lensMake && KnownSpecification(exif))) missing.push_back("lens");
     if (!exif.focalLength) missing.push_back("focal length");
     if (!exif.fNumber) missing.push_back("aperture");
-    if (!missing.empty()) return name + "can't be matched: its EXIF has no " + Join(missing);
+    return missing;
+}
+}  // namespace
+
+bool Matchable(const CardExif& exif) {
+    return exif.hasExif && MissingFields(exif).empty();
+}
+
+std::string DescribeCard(const LibraryCard& card) {
+    const CardExif& exif = card.exif;
+    const std::string name = FileName(card.path) + ": ";
+    if (!exif.hasExif) return name + "can't be matched: it has no EXIF";
+    if (const std::vector<std::string> missing = MissingFields(exif); !missing.empty())
+        return name + "can't be matched: its EXIF has no " + Join(missing);
     const std::string time = ShotSeconds(exif.dateTimeOriginal)
                                  ? "shot " + *exif.dateTimeOriginal
                                  : std::string("shot at an unknown time");

@@ -1,0 +1,184 @@
+#include "HistoryRecord.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <vector>
+
+#include "LibtiffFile.h"
+#include "PositionedIO.h"
+
+namespace {
+constexpr std::uint16_t kXmpTag = 700;
+constexpr std::uint16_t kByteType = 1;  // what tag 700 is written as
+// A directory of more entries than this is no directory a writer made.
+constexpr std::uint64_t kMostEntries = 1u << 16;
+
+// How numbers stand in the file: its byte order, and the widths of a
+// directory's count, offsets and entries (BigTIFF's or classic TIFF's).
+struct FileShape {
+    bool bigEndian = false;
+    bool big = false;
+
+    std::size_t CountBytes() const { return big ? 8 : 2; }
+    std::size_t OffsetBytes() const { return big ? 8 : 4; }
+    std::size_t EntryBytes() const { return big ? 20 : 12; }
+
+    std::uint64_t Load(const std::uint8_t* at, std::size_t bytes) const {
+        std::uint64_t value = 0;
+        for (std::size_t k = 0; k < bytes; ++k)
+            value |= std::uint64_t{at[bigEndian ? bytes - 1 - k : k]} << (8 * k);
+        return value;
+    }
+    void Store(std::uint8_t* at, std::size_t bytes, std::uint64_t value) const {
+        for (std::size_t k = 0; k < bytes; ++k)
+            at[bigEndian ? bytes - 1 - k : k] = static_cast<std::uint8_t>(value >> (8 * k));
+    }
+};
+
+// What libtiff reads of the first directory: where it is and its packet.
+struct FirstDirectory {
+    FileShape shape;
+    std::uint64_t offset = 0;
+    std::string packet;
+};
+
+std::optional<FirstDirectory> ReadFirstDirectory(int fd) {
+    LibtiffFile file(fd, "the output", "rc");
+    if (!file.Handle()) return std::nullopt;
+    FirstDirectory first{{file.bigEndian, file.bigTiff}, TIFFCurrentDirOffset(file.Handle()), {}};
+    std::uint32_t count = 0;
+    const char* data = nullptr;
+    if (TIFFGetField(file.Handle(), TIFFTAG_XMLPACKET, &count, &data) && data)
+        first.packet.assign(data, count);
+    // Some writers end the packet with a NUL, which is no part of the XML.
+    while (!first.packet.empty() && first.packet.back() == '\0') first.packet.pop_back();
+    return first;
+}
+
+// The directory as it stands in the file: its entries and the offset of
+// the next one, as bytes.
+struct OldDirectory {
+    std::vector<std::uint8_t> entries, next;
+};
+
+std::optional<OldDirectory> ReadDirectory(int fd, const FirstDirectory& first) {
+    const FileShape& shape = first.shape;
+    std::uint8_t countBytes[8] = {};
+    const auto at = static_cast<std::int64_t>(first.offset);
+    if (ReadAtPlace(fd, countBytes, shape.CountBytes(), at) != shape.CountBytes())
+        return std::nullopt;
+    const std::uint64_t count = shape.Load(countBytes, shape.CountBytes());
+    if (count == 0 || count > kMostEntries) return std::nullopt;
+    OldDirectory old{std::vector<std::uint8_t>(count * shape.EntryBytes()),
+                     std::vector<std::uint8_t>(shape.OffsetBytes())};
+    const auto entriesAt = at + static_cast<std::int64_t>(shape.CountBytes());
+    if (ReadAtPlace(fd, old.entries.data(), old.entries.size(), entriesAt) != old.entries.size() ||
+        ReadAtPlace(fd, old.next.data(), old.next.size(),
+                    entriesAt + static_cast<std::int64_t>(old.entries.size())) != old.next.size())
+        return std::nullopt;
+    return old;
+}
+
+// The new directory: the old one's entries with tag 700's replaced by (or,
+// where it has none, joined by, in tag order) one for the packet at
+// packetAt, and the old one's next offset.
+std::vector<std::uint8_t> DirectoryWithPacket(const FileShape& shape, const OldDirectory& old,
+                                              std::uint64_t packetAt, std::uint64_t packetBytes) {
+    const std::size_t size = shape.EntryBytes();
+    std::vector<std::uint8_t> xmp(size, 0);
+    shape.Store(xmp.data(), 2, kXmpTag);
+    shape.Store(xmp.data() + 2, 2, kByteType);
+    shape.Store(xmp.data() + 4, shape.OffsetBytes(), packetBytes);
+    shape.Store(xmp.data() + 4 + shape.OffsetBytes(), shape.OffsetBytes(), packetAt);
+    std::vector<std::uint8_t> entries;
+    bool placed = false;
+    for (std::size_t k = 0; k < old.entries.size(); k += size) {
+        const std::uint8_t* entry = old.entries.data() + k;
+        const auto tag = shape.Load(entry, 2);
+        if (tag >= kXmpTag && !placed) {
+            // A packet written as UNDEFINED stays so, as its writer chose.
+            if (tag == kXmpTag) std::copy(entry + 2, entry + 4, xmp.begin() + 2);
+            entries.insert(entries.end(), xmp.begin(), xmp.end());
+            placed = true;
+            if (tag == kXmpTag) continue;
+        }
+        entries.insert(entries.end(), entry, entry + size);
+    }
+    if (!placed) entries.insert(entries.end(), xmp.begin(), xmp.end());
+    std::vector<std::uint8_t> directory(shape.CountBytes());
+    shape.Store(directory.data(), shape.CountBytes(), entries.size() / size);
+    directory.insert(directory.end(), entries.begin(), entries.end());
+    directory.insert(directory.end(), old.next.begin(), old.next.end());
+    return directory;
+}
+
+// Writes bytes at an even place at or after `at`, a zero byte filling the
+// gap; gives where they start, or nullopt.
+std::optional<std::uint64_t> WriteEven(int fd, std::uint64_t at, const std::uint8_t* bytes,
+                                       std::size_t count) {
+    const std::uint8_t pad = 0;
+    if ((at & 1) && !WriteAtPlace(fd, &pad, 1, static_cast<std::int64_t>(at))) return std::nullopt;
+    at += at & 1;
+    if (!WriteAtPlace(fd, bytes, count, static_cast<std::int64_t>(at))) return std::nullopt;
+    return at;
+}
+}  // namespace
+
+std::string RecordNote(RecordEnd end) {
+    switch (end) {
+        case RecordEnd::Recorded:
+            return "history recorded in XMP";
+        case RecordEnd::PacketUnreadable:
+            return "history not recorded: the XMP packet can't be read";
+        case RecordEnd::NotWritten:
+            break;
+    }
+    return "history not recorded: the file can't take it";
+}
+
+RecordEnd RecordHistory(int fd, const HistoryEntry& entry) {
+    const std::optional<FirstDirectory> first = ReadFirstDirectory(fd);
+    if (!first) return RecordEnd::NotWritten;
+    const std::optional<std::string> packet = AddHistoryEntry(first->packet, entry);
+    if (!packet) return RecordEnd::PacketUnreadable;
+    const FileShape& shape = first->shape;
+    const std::optional<OldDirectory> old = ReadDirectory(fd, *first);
+    struct stat file {};
+    if (!old || ::fstat(fd, &file) != 0) return RecordEnd::NotWritten;
+    // Values and directories start on a word boundary.
+    const auto end = static_cast<std::uint64_t>(file.st_size);
+    const std::uint64_t packetAt = end + (end & 1);
+    const std::uint64_t packetEnd = packetAt + packet->size();
+    const std::vector<std::uint8_t> directory =
+        DirectoryWithPacket(shape, *old, packetAt, packet->size());
+    const std::uint64_t entries =
+        (directory.size() - shape.CountBytes() - shape.OffsetBytes()) / shape.EntryBytes();
+    if (!shape.big && (packetEnd + 1 + directory.size() > 0xFFFFFFFFu || entries > 0xFFFF))
+        return RecordEnd::NotWritten;
+    const auto text = reinterpret_cast<const std::uint8_t*>(packet->data());
+    if (!WriteEven(fd, end, text, packet->size())) return RecordEnd::NotWritten;
+    const auto directoryAt = WriteEven(fd, packetEnd, directory.data(), directory.size());
+    if (!directoryAt) return RecordEnd::NotWritten;
+    // The header's pointer goes last: until then the file is the finished
+    // output without its record.
+    std::uint8_t header[8] = {};
+    shape.Store(header, shape.OffsetBytes(), *directoryAt);
+    return WriteAtPlace(fd, header, shape.OffsetBytes(), shape.big ? 8 : 4) ? RecordEnd::Recorded
+                                                                            : RecordEnd::NotWritten;
+}
+
+std::string HistoryTimeNow() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    char text[40];
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
+    // strftime gives the offset as +0200; XMP's dates want +02:00.
+    std::string when = text;
+    when.insert(when.size() - 2, ":");
+    return when;
+}
