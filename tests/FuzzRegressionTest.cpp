@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <utility>
 
 #include "ExifHarness.h"
 #include "Harness.h"
@@ -10,11 +12,14 @@ namespace {
 // Every input the fuzzers ever found trouble with, replayed through the
 // ordinary (and the sanitized) build: none may crash, hang or stray.
 TEST(FuzzRegression, ReplaysEveryFinding) {
-    for (const auto& [folder, exercise] : {std::pair<const char*, void (*)(const std::string&)>{
-                                               "fuzz/regressions/reader", ExerciseWhiteCard},
-                                           {"fuzz/regressions/equalize", ExerciseEqualize},
-                                           {"fuzz/regressions/cli", ExerciseCommandLine},
-                                           {"fuzz/regressions/exif", ExerciseCardExif}}) {
+    using Exercise = void (*)(const std::string&);
+    for (const auto& [folder, exercise] :
+         {std::pair<const char*, Exercise>{"fuzz/regressions/reader", ExerciseWhiteCard},
+          {"fuzz/regressions/equalize", ExerciseEqualize},
+          {"fuzz/regressions/cli", ExerciseCommandLine},
+          {"fuzz/regressions/report", ExerciseCardReport},
+          {"fuzz/regressions/icc", ExerciseIccProfile},
+          {"fuzz/regressions/exif", ExerciseCardExif}}) {
         int replayed = 0;
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
             SCOPED_TRACE(entry.path().string());
