@@ -1,39 +1,55 @@
 #include "AnalyzeCommand.h"
 
+#include <filesystem>
+#include <map>
+
 #include "CardReportCommand.h"
 #include "CardSource.h"
 #include "CommandParser.h"
 #include "ExitCodes.h"
 #include "NumberText.h"
 #include "PngFile.h"
+#include "RunCards.h"
 #include "ToneMap.h"
 #include "WhiteCard.h"
 
 namespace {
+std::string Name(const std::string& path) {
+    return std::filesystem::path(path).filename().string();
+}
+
 // Where the pictures go; an empty path asks for none.
 struct AnalyzeOptions {
     std::string white;
+    std::string library;
     std::string preview;
     std::string toneMap;
     CardReportRequest report;  // no folder: no report
     bool rgb = false;          // --channels rgb: a line for each channel too
 
     void Declare(CLI::App& app) {
-        app.add_option("WHITE", white, "The white card: a TIFF of an evenly lit white card.")
-            ->required();
+        const auto card =
+            app.add_option("WHITE", white, "The white card: a TIFF of an evenly lit white card.");
+        const auto cards = app.add_option("--cards", library,
+                                          "Instead of WHITE, a card library: a line for each "
+                                          "TIFF in DIR, with the EXIF a subject is matched by "
+                                          "and its brightest and darkest green sample.");
+        cards->type_name("DIR")->check(NonEmptyPath())->excludes(card);
         app.add_option("--preview", preview,
                        "Also write the white card's preview, as the window shows it, to PNG.")
             ->type_name("PNG")
-            ->check(NonEmptyPath());
+            ->check(NonEmptyPath())
+            ->excludes(cards);
         app.add_option("--tone-map", toneMap,
                        "Also write the false-colour map of how evenly the card is lit to PNG.")
             ->type_name("PNG")
-            ->check(NonEmptyPath());
+            ->check(NonEmptyPath())
+            ->excludes(cards);
         const auto folder = app.add_option(
             "--report", report.folder,
             "Also write a page (report.html), its data (report.json) and its pictures on how "
             "evenly the card is lit into the folder DIR.");
-        folder->type_name("DIR")->check(NonEmptyPath());
+        folder->type_name("DIR")->check(NonEmptyPath())->excludes(cards);
         app.add_option("--format", report.format,
                        "With --report: the size of the originals the lighting is judged for, "
                        "A4, A3 (the default), A2, A1 or A0.")
@@ -66,6 +82,41 @@ void WriteChannels(const CardSource& card, std::ostream& out) {
             << ", brightest at x: " << e.maxX[c] << "  y: " << e.maxY[c] << "\n";
 }
 
+// A line for each file of the library, in name order: what it will be
+// matched by and its green extremes, or why it can't serve. A card whose
+// EXIF and time are an earlier one's says so: a subject they match gets
+// neither.
+int ListLibrary(const std::string& library, std::ostream& out, std::ostream& err) {
+    CardProblem problem;
+    const auto cards = RunCards::Open({}, library, 1.0, problem);
+    if (!cards) {
+        err << CardErrorLine("brisavane-cli analyze", problem) << "\n";
+        return kExitUnusable;
+    }
+    std::map<std::string, std::string> lines;
+    for (const RefusedCard& refused : cards->Refused())
+        lines[refused.path] = Name(refused.path) + ": can't serve as a card: " + refused.text;
+    const std::vector<LibraryCard>& all = cards->LibraryCards();
+    for (std::size_t k = 0; k < all.size(); ++k) {
+        std::string line = DescribeCard(all[k]);
+        cards->Expect(k);
+        const auto run = cards->Take(k, problem);
+        cards->Done(k);
+        if (run) {
+            const RowExtremes& e = run->Card().Extremes();
+            line += ", green " + CStr(e.min[1]) + " to " + CStr(e.max[1]);
+        }
+        for (std::size_t j = 0; j < k; ++j)
+            if (all[j].exif == all[k].exif && Matchable(all[k].exif)) {
+                line += "; the same shot as " + Name(all[j].path) + ", so neither is chosen";
+                break;
+            }
+        lines[all[k].path] = line;
+    }
+    for (const auto& [path, line] : lines) out << line << "\n";
+    return kExitOk;
+}
+
 bool WritePicture(const Picture& picture, const std::string& path, std::ostream& err) {
     if (WritePng(picture, path)) return true;
     err << "brisavane-cli analyze: can't write " << path << "\n";
@@ -96,6 +147,8 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
                          "where the brightest lies.",
                          kAnalyzeUsage);
     if (const auto exit = parser.Parse(options, args, out, err)) return *exit;
+    if (!options.library.empty()) return ListLibrary(options.library, out, err);
+    if (options.white.empty()) return parser.Refuse("WHITE or --cards is needed", err);
     CorrectionModes modes;
     modes.cards = {options.white};
     CardProblem problem;

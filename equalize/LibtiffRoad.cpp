@@ -287,9 +287,12 @@ std::vector<ByteRange> RewrittenRanges(const LibtiffFile& subject) {
         const std::uint64_t length = TIFFGetStrileByteCount(subject.Handle(), chunk);
         constexpr std::uint64_t kFar = std::numeric_limits<off_t>::max();
         const std::uint64_t first = std::min(start, kFar);
-        // An extra sample's plane is kept: a range that holds nothing.
-        const std::uint64_t last =
-            Rewritten(subject.PlaceOf(chunk)) ? first + std::min(length, kFar - first) : first;
+        // An extra sample's plane is kept: a range that holds nothing. Rows
+        // written in place cover their rows, not bytes a strip claims beyond.
+        const LibtiffFile::Place place = subject.PlaceOf(chunk);
+        const std::uint64_t rows = std::uint64_t{place.rows} * place.rowBytes;
+        const std::uint64_t bytes = subject.RowsInPlace() ? std::min(length, rows) : length;
+        const std::uint64_t last = Rewritten(place) ? first + std::min(bytes, kFar - first) : first;
         ranges.emplace_back(first, last);
     }
     return ranges;

@@ -105,9 +105,9 @@ SubjectReport SubjectRoad::Run(std::shared_ptr<FolderItem> subjectFile) {
     if (correction_) report.figures = correction_->Figures();
     if (report.end == SubjectEnd::Written) {
         if (droppedLayers_) report.notes.push_back("Photoshop layer data removed");
-        if (recorded_) report.notes.push_back(RecordNote(*recorded_));
         if (report.figures.cappedPixels > 0)
             report.notes.push_back(CappedNote(report.figures.cappedPixels, settings_.card->Card()));
+        if (recorded_) report.notes.push_back(RecordNote(*recorded_));
     }
     return report;
 }

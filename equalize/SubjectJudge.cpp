@@ -1,5 +1,15 @@
 #include "SubjectJudge.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "DirectoryBytes.h"
+#include "LeftOutCopy.h"
+#include "LibtiffRoad.h"
 #include "TiffOpening.h"
 
 namespace {
@@ -64,10 +74,34 @@ std::string MissingStrips(const LibtiffFile& image) {
     }
     return "";
 }
-}  // namespace
+// What the road would write over: another strip's bytes, or the bytes the
+// file's tags stand on. Empty when it writes over neither.
+std::string Overlap(const TiffFile& tiff, const SubjectJudgement& judged) {
+    std::vector<ByteRange> written = judged.verdict == Verdict::Libtiff
+                                         ? RewrittenRanges(*judged.image)
+                                         : std::vector{RowsOf(tiff)};
+    std::erase_if(written, [](const ByteRange& r) { return r.first >= r.second; });
+    std::sort(written.begin(), written.end());
+    for (std::size_t k = 1; k < written.size(); ++k)
+        if (written[k].first < written[k - 1].second)
+            return "Image data is damaged: two strips or tiles share bytes of the file.";
+    const int fd = ::open(tiff.fi->NativePath().c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat file {};
+    const std::optional<DirectoryBytes> directory = fd < 0 ? std::nullopt : ReadDirectoryBytes(fd);
+    const bool sized = fd >= 0 && ::fstat(fd, &file) == 0;
+    if (fd >= 0) ::close(fd);
+    if (!directory || !sized) return "";
+    for (const FileSpan& tags : directory->TagBytes(static_cast<std::uint64_t>(file.st_size)))
+        for (const ByteRange& pixels : written)
+            if (static_cast<std::uint64_t>(pixels.first) < tags.second &&
+                tags.first < static_cast<std::uint64_t>(pixels.second))
+                return "Image data overlaps the file's tags: writing its pixels would damage them.";
+    return "";
+}
 
-SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
-                              const CardSource* card) {
+// What the subject is and which road takes it, from its tags.
+SubjectJudgement JudgeLayout(TiffFile& tiff, std::shared_ptr<FolderItem> file,
+                             const CardSource* card) {
     const TiffOpening opening = OpenTiffFile(tiff, std::move(file));
     if (opening == TiffOpening::Missing) return {Verdict::Missing};
     if (opening == TiffOpening::Unopenable) return {Verdict::Unopenable};
@@ -91,6 +125,17 @@ SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
         return {Verdict::Unfit, missing};
     }
     judged.image = std::move(image);
+    return judged;
+}
+
+}  // namespace
+
+SubjectJudgement JudgeSubject(TiffFile& tiff, std::shared_ptr<FolderItem> file,
+                              const CardSource* card) {
+    SubjectJudgement judged = JudgeLayout(tiff, std::move(file), card);
+    const bool written = judged.verdict == Verdict::OneStrip || judged.verdict == Verdict::Libtiff;
+    if (card && written)
+        if (std::string text = Overlap(tiff, judged); !text.empty()) return {Verdict::Unfit, text};
     return judged;
 }
 

@@ -167,10 +167,11 @@ bool ThroughWindow(const fs::path& subject, const std::shared_ptr<const CardSour
 // One job of brisavane-cli equalize; whether it wrote the output.
 bool ThroughCommandLine(const fs::path& subject, const std::shared_ptr<const CardSource>& white,
                         const fs::path& folder) {
-    const CardRun run(white, 1.0);
-    const JobSettings settings{run, FolderItem(folder), false};
+    const auto cards = RunCards::Of(white, 1.0);
+    const JobSettings settings{*cards, FolderItem(folder), false};
     QuietTerminal host;
-    return EqualizeSubject(subject.string(), settings, host, 0).outcome == SubjectOutcome::Written;
+    return EqualizeSubject(subject.string(), cards->Choose(subject.string()), settings, host, 0)
+               .outcome == SubjectOutcome::Written;
 }
 
 // Whether libtiff decodes every colour strip or tile of the file, as the road
@@ -197,7 +198,7 @@ bool Decodes(LibtiffFile& image) {
 // card, on either road, and libtiff decodes its pixels.
 bool Whole(const fs::path& output, const CardSource& white) {
     TiffFile tiff;
-    SubjectJudgement judged = JudgeSubject(tiff, GetFolderItem(output.string()), white);
+    SubjectJudgement judged = JudgeSubject(tiff, GetFolderItem(output.string()), &white);
     using Verdict = SubjectJudgement::Verdict;
     if (judged.verdict != Verdict::OneStrip && judged.verdict != Verdict::Libtiff) return false;
     return !judged.image || Decodes(*judged.image);
@@ -240,7 +241,8 @@ void ExerciseCardReport(const std::string& path) {
         if (!card) continue;
         Picture tone = ToneMapOf(*WindowPreview(*card));
         try {
-            const CardMeasurement m = MeasureCard(*card, *PrintFormat::Named("A3"), 1.0);
+            const CardMeasurement m =
+                MeasureCard(*card, *PrintFormat::Named("A3"), 1.0, NoProgress::Instance());
             if (!nlohmann::json::accept(ReportJson(m))) Fail("report.json doesn't parse");
             if (linear) continue;
             // The page holds each picture encoded as its file is.

@@ -1,10 +1,21 @@
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cmath>
+#include <fstream>
+
+#include <nlohmann/json.hpp>
 
 #include "CardMatch.h"
+#include "DirectoryBytes.h"
 #include "ExifTiff.h"
+#include "FileSha256.h"
 #include "TempFolder.h"
+#include "Version.h"
+#include "support/CliRun.h"
+#include "support/FileHashes.h"
 
 namespace {
 // Camera X with the macro lens at 100 mm, 6 x 4 pixels of 16 bits.
@@ -103,4 +114,241 @@ TEST(CardLibrary, ChoosesTheCardOfTheSameShotNearestInTime) {
     EXPECT_EQ(DescribeCard({"e.tif", CardExif{}}), "e.tif: can't be matched: it has no EXIF");
 }
 
+std::string Read(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// A library of four cards, each of its own pixels (two lenses, two
+// apertures, one shot again two days later) and one without EXIF. Each
+// subject's output must be the bytes of a run with --white of the card
+// chosen for it; the others get a line that says why none was.
+class CardLibraryRun : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::filesystem::create_directories(folder / "cards");
+        std::filesystem::create_directories(folder / "subjects");
+        CardExif zoom = Macro(8, "2024:05:01 10:00:00");
+        Zoom(zoom);
+        for (const auto& [name, exif, level] :
+             {std::tuple{"a.tif", Macro(8, "2024:05:01 10:00:00"), 61000},
+              {"b.tif", Macro(8, "2024:05:03 10:00:00"), 60000},
+              {"c.tif", Macro(11, "2024:05:01 10:00:00"), 59000},
+              {"d.tif", zoom, 58000},
+              {"e.tif", CardExif{.width = 6, .height = 4, .bitsPerSample = 16}, 57000}})
+            WriteExifTiff(folder / "cards" / name, exif,
+                          {.level = static_cast<std::uint16_t>(level)});
+        WriteExifTiff(folder / "white.tif", {.width = 6, .height = 4, .bitsPerSample = 16},
+                      {.level = 56000});
+    }
+    void Subject(const char* name, const CardExif& exif, ExifTiffBody body = {.level = 30000}) {
+        WriteExifTiff(folder / "subjects" / name, exif, body);
+    }
+    // The run's lines, and its outputs in out.
+    CliRun Run(const std::string& out, std::vector<std::string> more) {
+        std::filesystem::create_directories(folder / out);
+        std::vector<std::string> args = {"--output", folder / out, "--jobs", "2"};
+        args.insert(args.end(), more.begin(), more.end());
+        args.push_back(folder / "subjects");
+        return Equalize(args);
+    }
+    // The output of one subject equalized by one card alone.
+    std::string ByCardAlone(const std::string& subject, const std::filesystem::path& card) {
+        const std::filesystem::path out = folder / "alone" / subject;
+        std::filesystem::create_directories(out);
+        EXPECT_EQ(Equalize({"--white", card, "--output", out, folder / "subjects" / subject}).code,
+                  0);
+        return Read(out / (subject.substr(0, subject.size() - 4) + "_eq.tif"));
+    }
+    TempFolder folder;
+};
+
+TEST_F(CardLibraryRun, EachSubjectGetsTheBytesOfItsCard) {
+    CardExif zoom = Macro(8, "2024:05:01 11:00:00");
+    Zoom(zoom);
+    Subject("1.tif", Macro(8, "2024:05:01 12:00:00"));
+    Subject("2.tif", Macro(8, "2024:05:03 09:00:00"), {.level = 40000});
+    Subject("3.tif", Macro(11, "2024:05:01 12:00:00"));
+    Subject("4.tif", zoom, {.level = 35000, .compression = COMPRESSION_LZW});
+    Subject("5.tif", Macro(5.6, "2024:05:01 12:00:00"));
+    Subject("6.tif", Macro(8, "2024:05:02 10:00:00"));
+    Subject("7.tif", {.width = 6, .height = 4, .bitsPerSample = 16});
+    const std::string cards = folder / "cards", white = folder / "white.tif";
+    const std::string macro = "Camera X, Macro 100mm, 100 mm, f/";
+    const struct {
+        const char* subject;
+        const char* card;       // alone; then with --white
+        const char* withWhite;  // the card with --white too
+        std::string failure;    // of the run without --white
+    } kRows[] = {
+        {"1.tif", "a.tif", "a.tif", ""},
+        {"2.tif", "b.tif", "b.tif", ""},
+        {"3.tif", "c.tif", "c.tif", ""},
+        {"4.tif", "d.tif", "d.tif", ""},
+        {"5.tif", nullptr, "white",
+         "no card in " + cards + " matches " + macro +
+             "5.6 (1 card without EXIF, 1 card of another lens, 3 "
+             "cards of another aperture)"},
+        {"6.tif", nullptr, nullptr,
+         "2 cards in " + cards + " match " + macro +
+             "8 equally: a.tif, b.tif (shot as long before the "
+             "subject as after it)"},
+        {"7.tif", nullptr, "white", "the subject has no EXIF to match a card by"},
+    };
+    const CliRun alone = Run("library", {"--cards", cards, "--json"});
+    const CliRun both = Run("both", {"--cards", cards, "--white", white});
+    EXPECT_EQ(alone.code, 1);
+    std::istringstream objects(alone.out), lines(both.out);
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.subject);
+        std::string object, line;
+        std::getline(objects, object);
+        std::getline(lines, line);
+        const auto o = nlohmann::json::parse(object);
+        const std::string name = std::string(row.subject, 1) + "_eq.tif";
+        if (row.card) {
+            const std::string card = cards + "/" + row.card;
+            EXPECT_EQ(o["notes"], nlohmann::json::array({std::string("card: ") + row.card}));
+            EXPECT_EQ(o["card"], nlohmann::json::array({card}));
+            EXPECT_EQ(Read(folder / "library" / name), ByCardAlone(row.subject, card));
+        } else {
+            EXPECT_EQ(o["reason"], row.failure);
+            EXPECT_TRUE(o["card"].is_null());
+        }
+        if (!row.withWhite)
+            EXPECT_EQ(line, std::string(row.subject) + ": failed: " + row.failure);
+        else if (std::string(row.withWhite) == "white")
+            EXPECT_EQ(Read(folder / "both" / name), ByCardAlone(row.subject, white));
+        else
+            EXPECT_EQ(line, std::string(row.subject) + ": written " +
+                                (folder / "both" / name).string() + " (card: " + row.withWhite +
+                                ")");
+    }
+}
+
+// The packet of tag 700, as libtiff reads it.
+std::string Packet(const std::filesystem::path& path) {
+    TIFF* tif = TIFFOpen(path.c_str(), "r");
+    std::uint32_t count = 0;
+    const char* data = nullptr;
+    std::string packet;
+    if (tif && TIFFGetField(tif, TIFFTAG_XMLPACKET, &count, &data)) packet.assign(data, count);
+    if (tif) TIFFClose(tif);
+    return packet;
+}
+
+// --record: the entry comes after those already there, on either road; the
+// file is the output without --record, with the new packet and directory
+// after it and the header pointing there; the directory holds the same
+// entries, tag 700's aside. A packet that can't be read is left alone.
+TEST_F(CardLibraryRun, RecordAddsTheHistoryAndKeepsEverythingElse) {
+    const std::string created =
+        R"(<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF )"
+        R"(xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#"><rdf:Description )"
+        R"(rdf:about="" xmlns:xmpMM="http://ns.adobe.com/xap/1.0/mm/" )"
+        R"(xmlns:stEvt="http://ns.adobe.com/xap/1.0/sType/ResourceEvent#" )"
+        R"(xmlns:dc="http://purl.org/dc/elements/1.1/"><dc:format>image/tiff</dc:format>)"
+        R"(<xmpMM:History><rdf:Seq><rdf:li rdf:parseType="Resource"><stEvt:action>created)"
+        R"(</stEvt:action></rdf:li></rdf:Seq></xmpMM:History></rdf:Description></rdf:RDF>)"
+        R"(</x:xmpmeta>)";
+    const CardExif shot = Macro(8, "2024:05:01 12:00:00");
+    Subject("none.tif", shot);
+    Subject("kept.tif", shot, {.level = 30000, .compression = COMPRESSION_LZW, .xmp = created});
+    Subject("bad.tif", shot, {.level = 30000, .xmp = "<x:xmpmeta><unclosed"});
+    const std::string cards = folder / "cards";
+    const std::vector<std::string> options = {"--cards", cards,        "--amount",
+                                              "87.5",    "--max-gain", "1.02"};
+    ASSERT_EQ(Run("plain", options).code, 0);
+    std::vector<std::string> recording = options;
+    recording.push_back("--record");
+    const CliRun run = Run("recorded", recording);
+    const std::string parameters = "card=a.tif; sha256=" + *FileSha256(cards + "/a.tif") +
+                                   "; amount=87.5%; options=--max-gain 1.02";
+    for (const char* name : {"bad", "kept", "none"}) {
+        SCOPED_TRACE(name);
+        const std::string output = std::string(name) + "_eq.tif";
+        const std::string plain = Read(folder / "plain" / output);
+        const std::string recorded = Read(folder / "recorded" / output);
+        const std::string packet = Packet(folder / "recorded" / output);
+        const bool bad = std::string(name) == "bad";
+        EXPECT_NE(run.out.find(output + " (card: a.tif; gain capped on 50.0 % of pixels; " +
+                               (bad ? "history not recorded: the XMP packet can't be read)\n"
+                                    : "history recorded in XMP)\n")),
+                  std::string::npos);
+        if (bad) {
+            EXPECT_EQ(recorded, plain);
+            continue;
+        }
+        EXPECT_EQ(recorded.substr(0, 4) + recorded.substr(8, plain.size() - 8),
+                  plain.substr(0, 4) + plain.substr(8));
+        const std::size_t ours = packet.find("flat-field corrected");
+        EXPECT_LT(packet.find(std::string(name) == "kept" ? "created" : "xmpmeta"), ours);
+        EXPECT_NE(packet.find(parameters, ours), std::string::npos);
+        EXPECT_NE(packet.find(std::string("Brisavane ") + kBrisavaneVersion), std::string::npos);
+        std::vector<std::vector<std::uint8_t>> entries[2];
+        for (int k = 0; k < 2; ++k) {
+            const std::filesystem::path path = folder / (k ? "recorded" : "plain") / output;
+            const int fd = ::open(path.c_str(), O_RDONLY);
+            const auto directory = ReadDirectoryBytes(fd);
+            ::close(fd);
+            ASSERT_TRUE(directory);
+            for (std::size_t at = 0; at < directory->entries.size(); at += 12)
+                if (directory->shape.Load(&directory->entries[at], 2) != 700)
+                    entries[k].emplace_back(&directory->entries[at], &directory->entries[at] + 12);
+        }
+        EXPECT_EQ(entries[0], entries[1]);
+    }
+}
+
+// What analyze --cards shows of a library: each card's EXIF and green, or why
+// it can't be matched.
+TEST_F(CardLibraryRun, AnalyzeListsTheLibrary) {
+    WriteExifTiff(folder / "cards" / "f.tif", Macro(8, "2024:05:03 10:00:00"), {.level = 50000});
+    std::ofstream(folder / "cards" / "g.tif") << "not a TIFF";
+    const CliRun r = Analyze({"--cards", folder / "cards"});
+    EXPECT_EQ(r.code, 0);
+    std::istringstream lines(r.out);
+    std::string line;
+    for (const std::string expected : {
+             "a.tif: Camera X, Macro 100mm, 100 mm, f/8, shot 2024:05:01 10:00:00 (6 x 4, "
+             "16-bit), green 57333 to 60789",
+             "b.tif: Camera X, Macro 100mm, 100 mm, f/8, shot 2024:05:03 10:00:00 (6 x 4, "
+             "16-bit), green 56333 to 59789",
+             "c.tif: Camera X, Macro 100mm, 100 mm, f/11, shot 2024:05:01 10:00:00 (6 x 4, "
+             "16-bit), green 55333 to 58789",
+             "d.tif: Camera X, Zoom 24-70mm, 50 mm, f/8, shot 2024:05:01 10:00:00 (6 x 4, "
+             "16-bit), green 54333 to 57789",
+             "e.tif: can't be matched: it has no EXIF, green 53333 to 56789",
+             "f.tif: Camera X, Macro 100mm, 100 mm, f/8, shot 2024:05:03 10:00:00 (6 x 4, "
+             "16-bit), green 46333 to 49789; the same shot as b.tif, so neither is chosen",
+             "g.tif: can't serve as a card: ",
+         }) {
+        std::getline(lines, line);
+        EXPECT_EQ(line.substr(0, expected.size()), expected);
+    }
+}
+
+// A library that can't serve stops the run before any subject.
+TEST_F(CardLibraryRun, RefusesALibraryThatCantServe) {
+    Subject("1.tif", Macro(8, "2024:05:01 12:00:00"));
+    std::filesystem::create_directories(folder / "empty");
+    const std::string subjects = folder / "subjects";
+    const std::pair<std::vector<std::string>, std::string> kRows[] = {
+        {{"--cards", folder / "empty"},
+         "brisavane-cli equalize: no file in " + (folder / "empty").string() +
+             " serves as a white card\n"},
+        {{"--cards", folder / "none"},
+         "brisavane-cli equalize: the card library " + (folder / "none").string() +
+             " is not a folder\n"},
+        {{"--cards", subjects},
+         "brisavane-cli equalize: the card library " + subjects + " holds the subject " + subjects +
+             "/1.tif\n"},
+    };
+    for (const auto& [cards, err] : kRows) {
+        const CliRun r = Run("out", cards);
+        EXPECT_EQ(r.code, 2);
+        EXPECT_EQ(r.err.substr(0, err.size()), err);
+        EXPECT_TRUE(std::filesystem::is_empty(folder / "out"));
+    }
+}
 }  // namespace

@@ -69,8 +69,7 @@ TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
         };
     const ChildResult shown = InChild([&]() -> std::string {
         if (!window) {
-            CardProblem problem;
-            const auto cards = RunCards::Open(rig.state.card->Modes(), "", 1.0, problem);
+            const auto cards = RunCards::Of(rig.state.card, 1.0);
             const JobSettings settings{*cards, FolderItem(rig.dir.Path() / "out"), false};
             const std::string path = rig.SubjectPath("a.tif");
             return ResultLine(EqualizeSubject(path, cards->Choose(path), settings, rig.host, 0));

@@ -186,6 +186,13 @@ bool CardBuild::TakeFirst(const LibtiffFile& probe, TiffOpening opening) {
                       "Error: The white card can't be used: this is " + unusable);
     if (opening == TiffOpening::Incomplete && probe.OneStripPlain())
         return Refuse(CardVerdict::Incomplete, kIncompleteText);
+    // A row is worked on as doubles in several buffers at once: one longer
+    // than a held chunk comes from no camera or scanner, only from a file
+    // that would take all memory before its strips were even looked at.
+    if (std::uint64_t{probe.width} * 3 * sizeof(double) > LibtiffFile::kHeldChunk)
+        return Refuse(CardVerdict::Unusable, "Error: The white card can't be used: its rows of " +
+                                                 std::to_string(probe.width) +
+                                                 " pixels are too long");
     width_ = probe.width;
     height_ = probe.height;
     card_->bits_ = probe.bits;

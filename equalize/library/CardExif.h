@@ -25,6 +25,8 @@ struct CardExif {
     // Both positive when present: a 0 focal length or f-number is no value.
     std::optional<double> focalLength, fNumber;
     std::optional<std::string> dateTimeOriginal;  // "YYYY:MM:DD HH:MM:SS" as written
+
+    bool operator==(const CardExif&) const = default;
 };
 
 // Reads the file's first directory and, when it points to one, its EXIF

@@ -27,6 +27,14 @@ std::unique_ptr<RunCards> RunCards::Open(const CorrectionModes& modes, const std
     return cards;
 }
 
+std::unique_ptr<RunCards> RunCards::Of(std::shared_ptr<const CardSource> white,
+                                       double amountToApply) {
+    std::unique_ptr<RunCards> cards(new RunCards(white->Modes(), "", amountToApply));
+    cards->groups_.push_back(std::make_unique<Group>());
+    cards->groups_.back()->run = std::make_shared<CardRun>(std::move(white), amountToApply);
+    return cards;
+}
+
 // Every TIFF of the folder that the engine takes as a card, with its EXIF;
 // the others are set aside with the reason.
 bool RunCards::ReadLibrary(CardProblem& problem) {

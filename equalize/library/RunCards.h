@@ -45,6 +45,10 @@ class RunCards {
     static std::unique_ptr<RunCards> Open(const CorrectionModes& modes, const std::string& library,
                                           double amountToApply, CardProblem& problem);
 
+    // The cards of a run of one white card already read.
+    static std::unique_ptr<RunCards> Of(std::shared_ptr<const CardSource> white,
+                                        double amountToApply);
+
     bool HasLibrary() const { return !library_.empty(); }
     // The options every card is read with; their cards are the white card's.
     const CorrectionModes& Modes() const { return modes_; }

@@ -8,86 +8,34 @@
 #include <optional>
 #include <vector>
 
+#include "DirectoryBytes.h"
 #include "LibtiffFile.h"
 #include "PositionedIO.h"
 
 namespace {
 constexpr std::uint16_t kXmpTag = 700;
 constexpr std::uint16_t kByteType = 1;  // what tag 700 is written as
-// A directory of more entries than this is no directory a writer made.
-constexpr std::uint64_t kMostEntries = 1u << 16;
 
-// How numbers stand in the file: its byte order, and the widths of a
-// directory's count, offsets and entries (BigTIFF's or classic TIFF's).
-struct FileShape {
-    bool bigEndian = false;
-    bool big = false;
-
-    std::size_t CountBytes() const { return big ? 8 : 2; }
-    std::size_t OffsetBytes() const { return big ? 8 : 4; }
-    std::size_t EntryBytes() const { return big ? 20 : 12; }
-
-    std::uint64_t Load(const std::uint8_t* at, std::size_t bytes) const {
-        std::uint64_t value = 0;
-        for (std::size_t k = 0; k < bytes; ++k)
-            value |= std::uint64_t{at[bigEndian ? bytes - 1 - k : k]} << (8 * k);
-        return value;
-    }
-    void Store(std::uint8_t* at, std::size_t bytes, std::uint64_t value) const {
-        for (std::size_t k = 0; k < bytes; ++k)
-            at[bigEndian ? bytes - 1 - k : k] = static_cast<std::uint8_t>(value >> (8 * k));
-    }
-};
-
-// What libtiff reads of the first directory: where it is and its packet.
-struct FirstDirectory {
-    FileShape shape;
-    std::uint64_t offset = 0;
-    std::string packet;
-};
-
-std::optional<FirstDirectory> ReadFirstDirectory(int fd) {
+// The subject's packet as libtiff reads it from the first directory.
+std::optional<std::string> ReadPacket(int fd) {
     LibtiffFile file(fd, "the output", "rc");
     if (!file.Handle()) return std::nullopt;
-    FirstDirectory first{{file.bigEndian, file.bigTiff}, TIFFCurrentDirOffset(file.Handle()), {}};
     std::uint32_t count = 0;
     const char* data = nullptr;
+    std::string packet;
     if (TIFFGetField(file.Handle(), TIFFTAG_XMLPACKET, &count, &data) && data)
-        first.packet.assign(data, count);
+        packet.assign(data, count);
     // Some writers end the packet with a NUL, which is no part of the XML.
-    while (!first.packet.empty() && first.packet.back() == '\0') first.packet.pop_back();
-    return first;
-}
-
-// The directory as it stands in the file: its entries and the offset of
-// the next one, as bytes.
-struct OldDirectory {
-    std::vector<std::uint8_t> entries, next;
-};
-
-std::optional<OldDirectory> ReadDirectory(int fd, const FirstDirectory& first) {
-    const FileShape& shape = first.shape;
-    std::uint8_t countBytes[8] = {};
-    const auto at = static_cast<std::int64_t>(first.offset);
-    if (ReadAtPlace(fd, countBytes, shape.CountBytes(), at) != shape.CountBytes())
-        return std::nullopt;
-    const std::uint64_t count = shape.Load(countBytes, shape.CountBytes());
-    if (count == 0 || count > kMostEntries) return std::nullopt;
-    OldDirectory old{std::vector<std::uint8_t>(count * shape.EntryBytes()),
-                     std::vector<std::uint8_t>(shape.OffsetBytes())};
-    const auto entriesAt = at + static_cast<std::int64_t>(shape.CountBytes());
-    if (ReadAtPlace(fd, old.entries.data(), old.entries.size(), entriesAt) != old.entries.size() ||
-        ReadAtPlace(fd, old.next.data(), old.next.size(),
-                    entriesAt + static_cast<std::int64_t>(old.entries.size())) != old.next.size())
-        return std::nullopt;
-    return old;
+    while (!packet.empty() && packet.back() == '\0') packet.pop_back();
+    return packet;
 }
 
 // The new directory: the old one's entries with tag 700's replaced by (or,
 // where it has none, joined by, in tag order) one for the packet at
 // packetAt, and the old one's next offset.
-std::vector<std::uint8_t> DirectoryWithPacket(const FileShape& shape, const OldDirectory& old,
-                                              std::uint64_t packetAt, std::uint64_t packetBytes) {
+std::vector<std::uint8_t> DirectoryWithPacket(const DirectoryBytes& old, std::uint64_t packetAt,
+                                              std::uint64_t packetBytes) {
+    const FileShape& shape = old.shape;
     const std::size_t size = shape.EntryBytes();
     std::vector<std::uint8_t> xmp(size, 0);
     shape.Store(xmp.data(), 2, kXmpTag);
@@ -141,20 +89,20 @@ std::string RecordNote(RecordEnd end) {
 }
 
 RecordEnd RecordHistory(int fd, const HistoryEntry& entry) {
-    const std::optional<FirstDirectory> first = ReadFirstDirectory(fd);
-    if (!first) return RecordEnd::NotWritten;
-    const std::optional<std::string> packet = AddHistoryEntry(first->packet, entry);
+    const std::optional<std::string> old = ReadPacket(fd);
+    if (!old) return RecordEnd::NotWritten;
+    const std::optional<std::string> packet = AddHistoryEntry(*old, entry);
     if (!packet) return RecordEnd::PacketUnreadable;
-    const FileShape& shape = first->shape;
-    const std::optional<OldDirectory> old = ReadDirectory(fd, *first);
+    const std::optional<DirectoryBytes> first = ReadDirectoryBytes(fd);
     struct stat file {};
-    if (!old || ::fstat(fd, &file) != 0) return RecordEnd::NotWritten;
+    if (!first || ::fstat(fd, &file) != 0) return RecordEnd::NotWritten;
+    const FileShape& shape = first->shape;
     // Values and directories start on a word boundary.
     const auto end = static_cast<std::uint64_t>(file.st_size);
     const std::uint64_t packetAt = end + (end & 1);
     const std::uint64_t packetEnd = packetAt + packet->size();
     const std::vector<std::uint8_t> directory =
-        DirectoryWithPacket(shape, *old, packetAt, packet->size());
+        DirectoryWithPacket(*first, packetAt, packet->size());
     const std::uint64_t entries =
         (directory.size() - shape.CountBytes() - shape.OffsetBytes()) / shape.EntryBytes();
     if (!shape.big && (packetEnd + 1 + directory.size() > 0xFFFFFFFFu || entries > 0xFFFF))
@@ -167,8 +115,10 @@ RecordEnd RecordHistory(int fd, const HistoryEntry& entry) {
     // output without its record.
     std::uint8_t header[8] = {};
     shape.Store(header, shape.OffsetBytes(), *directoryAt);
-    return WriteAtPlace(fd, header, shape.OffsetBytes(), shape.big ? 8 : 4) ? RecordEnd::Recorded
-                                                                            : RecordEnd::NotWritten;
+    return WriteAtPlace(fd, header, shape.OffsetBytes(),
+                        static_cast<std::int64_t>(shape.FirstOffsetAt()))
+               ? RecordEnd::Recorded
+               : RecordEnd::NotWritten;
 }
 
 std::string HistoryTimeNow() {

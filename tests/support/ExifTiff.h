@@ -6,15 +6,26 @@
 #include <tiffio.h>
 
 #include <array>
+#include <cstring>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "CardExif.h"
 
-// Black pixels of the size and depth given, Make and Model in the first
+// What the file holds beyond its EXIF: its pixels (a slope from `level`,
+// black at 0), compression, and an XMP packet when one is given.
+struct ExifTiffBody {
+    std::uint16_t level = 0;
+    std::uint16_t compression = COMPRESSION_NONE;
+    std::string xmp;
+};
+
+// The pixels of the size and depth given, Make and Model in the first
 // directory and, when exif.hasExif, the EXIF directory after it, whose offset
 // the first directory then gets as it is written anew.
-inline void WriteExifTiff(const std::filesystem::path& path, const CardExif& exif) {
+inline void WriteExifTiff(const std::filesystem::path& path, const CardExif& exif,
+                          const ExifTiffBody& body = {}) {
     TIFF* tif = TIFFOpen(path.c_str(), "w");
     const auto text = [&](std::uint32_t tag, const std::optional<std::string>& value) {
         if (value) TIFFSetField(tif, tag, value->c_str());
@@ -25,10 +36,18 @@ inline void WriteExifTiff(const std::filesystem::path& path, const CardExif& exi
     TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 3);
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, exif.height);
+    TIFFSetField(tif, TIFFTAG_COMPRESSION, body.compression);
     text(TIFFTAG_MAKE, exif.make);
     text(TIFFTAG_MODEL, exif.model);
+    if (!body.xmp.empty())
+        TIFFSetField(tif, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(body.xmp.size()),
+                     body.xmp.data());
     std::vector<std::uint8_t> pixels(std::size_t{exif.width} * exif.height * 3 *
                                      (exif.bitsPerSample / 8));
+    for (std::size_t k = 0; body.level && k < pixels.size() / 2; ++k) {
+        const auto value = static_cast<std::uint16_t>(body.level - 211 * (k % 18) - 97 * (k / 18));
+        std::memcpy(&pixels[2 * k], &value, 2);
+    }
     TIFFWriteEncodedStrip(tif, 0, pixels.data(), static_cast<tmsize_t>(pixels.size()));
     if (exif.hasExif) {
         TIFFWriteDirectory(tif);
