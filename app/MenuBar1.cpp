@@ -51,6 +51,7 @@ MenuBar1::MenuBar1(QWidget* parent) : QMenuBar(parent) {
     QMenu* correction = AddMenu(this, "CorrectionMenu", "&Correction");
     Named(correction->addAction("Correction Options\u2026"), "CorrectionOptions", true);
     Named(correction->addAction("Card Report\u2026"), "CardReport", true)->setEnabled(false);
+    Named(correction->addAction("Open Card Folder\u2026"), "OpenCardFolder", true);
 }
 
 void MenuBar1::AddEditItem(QMenu* menu, const char* name, const char* caption, const char* shortcut,

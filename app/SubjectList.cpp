@@ -1,5 +1,6 @@
 #include "SubjectList.h"
 
+#include "Batch.h"
 #include "FileTypes.h"
 #include "FolderItem.h"
 
@@ -22,6 +23,16 @@ void SubjectList::ChooseFolder(std::shared_ptr<FolderItem> folder) {
     }
     // One entry more than the list has rows.
     state_.ErrorMessages.resize(count + 1);
+    if (state_.library) NameCards();
+}
+
+// With a card library, each row's message says which card the subject gets,
+// or why none.
+void SubjectList::NameCards() {
+    for (std::int64_t row = 0; row < host_.ListCount(); ++row) {
+        const std::string path = state_.fsubject->NativePath() + "/" + host_.FileName(row);
+        state_.SetErrorMessage(row, CardMessage(*state_.library, path));
+    }
 }
 
 void SubjectList::UpdateSelectedAndProcess() {
@@ -49,7 +60,7 @@ void SubjectList::SelectAll(bool ticked) {
 
 // With no row selected there is no message to show.
 void SubjectList::RowSelected(std::int64_t row) {
-    if (!state_.EqualizationCompleted) return;
+    if (!state_.EqualizationCompleted && !state_.library) return;
     const bool known = row >= 0 && static_cast<std::size_t>(row) < state_.ErrorMessages.size();
     host_.SetResultText(known ? state_.ErrorMessages[static_cast<std::size_t>(row)] : "");
 }

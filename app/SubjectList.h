@@ -49,6 +49,7 @@ class SubjectList {
 
   private:
     void UpdateSelectedAndProcess();
+    void NameCards();
 
     WindowState& state_;
     SubjectListHost& host_;

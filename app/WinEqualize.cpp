@@ -212,6 +212,12 @@ void WinEqualize::WireMenu(MenuBar1* menuBar) {
             [this] { Guarded([this] { BtnOptions_Action(); }); });
     connect(menuBar->Item("CardReport"), &QAction::triggered, this,
             [this] { Guarded([this] { CardReport_Action(); }); });
+    connect(menuBar->Item("OpenCardFolder"), &QAction::triggered, this, [this] {
+        Guarded([this] {
+            OpenCardFolder(state_, *this);
+            ShowOptions();
+        });
+    });
 }
 
 bool WinEqualize::eventFilter(QObject* watched, QEvent* event) {
@@ -265,7 +271,8 @@ void WinEqualize::BtnProcess_Action() {
 // ---- Beyond the window's own job ----
 
 void WinEqualize::BtnOptions_Action() {
-    CorrectionOptionsDialog dialog(state_.modes, state_.WhiteOpened, *dialogs_, this);
+    CorrectionOptionsDialog dialog(state_.modes, state_.card && state_.WhiteOpened, *dialogs_,
+                                   this);
     if (dialog.exec() != QDialog::Accepted) return;
     const CorrectionModes modes = dialog.Modes();
     if (TakeModes(state_, *this, modes)) window_settings::KeepOptions(modes.Options());
@@ -301,7 +308,7 @@ void WinEqualize::ShowOptions() {
     const std::string options = state_.modes.Described();
     TxtOptions->setText(options.empty() ? QString()
                                         : QString::fromStdString("Options: " + options));
-    if (menuBar_) menuBar_->Item("CardReport")->setEnabled(state_.WhiteOpened);
+    if (menuBar_) menuBar_->Item("CardReport")->setEnabled(state_.WhiteOpened && state_.card);
 }
 
 // ---- The subject list ----

@@ -1,15 +1,14 @@
 #include "Batch.h"
 
+#include <algorithm>
 #include <cctype>
+#include <filesystem>
 
 #include "Exceptions.h"
 
 namespace {
-// "this is a JPEG" as a sentence of its own: "This is a JPEG."
-std::string Sentence(std::string text) {
-    if (text.empty()) return text;
-    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    return text.back() == '.' ? text : text + ".";
+std::string CardName(const RunCards& cards, const SubjectCard& card) {
+    return std::filesystem::path(cards.Shots(*card.group)[0]).filename().string();
 }
 
 std::string Joined(const std::vector<std::string>& notes) {
@@ -19,10 +18,24 @@ std::string Joined(const std::vector<std::string>& notes) {
 }
 }  // namespace
 
-// The options a file was equalized with and what its correction came to;
-// empty for the window's own correction, which says nothing of a success.
-std::string Batch::SuccessNote(const SubjectReport& report) const {
+std::string Sentence(std::string text) {
+    if (text.empty()) return text;
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text.back() == '.' ? text : text + ".";
+}
+
+std::string CardMessage(const RunCards& library, const std::string& path) {
+    const SubjectCard card = library.Choose(path);
+    if (!card.group) return Sentence(card.failure);
+    return card.fromLibrary ? Sentence("card: " + CardName(library, card)) : "";
+}
+
+// The card a file was equalized by when it came from a library, the options
+// and what its correction came to; empty for the window's own correction,
+// which says nothing of a success.
+std::string Batch::SuccessNote(const SubjectReport& report, const SubjectCard& card) const {
     std::vector<std::string> notes;
+    if (card.fromLibrary) notes.push_back("card: " + CardName(*cards_, card));
     if (const std::string options = state_.modes.Described(); !options.empty())
         notes.push_back("equalized with " + options);
     notes.insert(notes.end(), report.notes.begin(), report.notes.end());
@@ -46,24 +59,64 @@ void Batch::Run() {
     state_.fequal = host_.UserDialogs().SelectFolder("Select the folder for the equalized images");
     const std::shared_ptr<FolderItem> folder = state_.fequal;
     if (!folder) return;
-    if (!state_.card) throw NilObjectException();
-    card_ = std::make_unique<CardRun>(state_.card, state_.AmountToApply);
+    if (!state_.card && !state_.library) throw NilObjectException();
+    if (!ChooseCards()) return;
     host_.DisableProcess();
-    const SubjectSettings settings{card_.get(), *folder, OutputPlacement::UnderFinalName, false, 0,
-                                   this,        false};
+    const SubjectSettings settings{nullptr, *folder, OutputPlacement::UnderFinalName, false, 0,
+                                   this,    false};
     for (std::int64_t row = 0; row <= host_.ListCount() - 1; ++row)
         if (ProcessRow(row, settings) == Next::Stop) break;
     state_.EqualizationCompleted = true;
 }
 
-Batch::Next Batch::ProcessRow(std::int64_t row, const SubjectSettings& settings) {
+// The cards at this press's amount, and each ticked row's, chosen before the
+// first is equalized so that each card is read once and let go after its last.
+bool Batch::ChooseCards() {
+    CardProblem problem;
+    cards_ = state_.library ? RunCards::Open(state_.modes.Options(), state_.library->Library(),
+                                             state_.AmountToApply, problem)
+                            : RunCards::Of(state_.card, state_.AmountToApply);
+    if (!cards_) {
+        host_.UserDialogs().MsgBox("Error: " + problem.text);
+        return false;
+    }
+    chosen_.assign(static_cast<std::size_t>(std::max<std::int64_t>(host_.ListCount(), 0)), {});
+    for (std::int64_t row = 0; row < host_.ListCount(); ++row) {
+        if (!host_.Ticked(row)) continue;
+        SubjectCard& card = chosen_[static_cast<std::size_t>(row)];
+        card = cards_->Choose(SubjectPath(row));
+        if (card.group) cards_->Expect(*card.group);
+    }
+    return true;
+}
+
+std::string Batch::SubjectPath(std::int64_t row) {
+    return Deref(state_.fsubject).NativePath() + "/" + host_.FileName(row);
+}
+
+Batch::Next Batch::ProcessRow(std::int64_t row, SubjectSettings settings) {
     if (!host_.Ticked(row)) return Next::Row;
+    const SubjectCard& card = chosen_[static_cast<std::size_t>(row)];
+    std::shared_ptr<const CardRun> run;
+    if (card.group) {
+        CardProblem problem;
+        run = cards_->Take(*card.group, problem);
+        if (!run) {
+            host_.SetRowPicture(row, RowMark::Cross);
+            state_.SetErrorMessage(row, "The card " + CardName(*cards_, card) +
+                                            " can't serve: " + WithoutError(problem.text));
+            return Next::Row;
+        }
+    }
+    settings.card = run.get();
+    settings.noCard = card.failure;
     // Each subject is judged on its own tags.
     tiff_ = std::make_shared<TiffFile>();
     TiffFile& tiff = *tiff_;
-    tiff.fi = GetFolderItem(Deref(state_.fsubject).NativePath() + "/" + host_.FileName(row));
+    tiff.fi = GetFolderItem(SubjectPath(row));
     if (!tiff.fi) throw NilObjectException();
     const SubjectReport report = EqualizeSubjectFile(tiff, tiff.fi, settings, host_);
+    if (card.group) cards_->Done(*card.group);
     // A file that is there but gives no stream ends the batch as a missing object.
     if (report.end == SubjectEnd::Unopenable) throw NilObjectException();
     if (report.end == SubjectEnd::Cancelled) return Next::Stop;
@@ -83,12 +136,18 @@ void Batch::Mark(std::int64_t row, const SubjectReport& report) {
             host_.SetRowPicture(row, RowMark::Cross);
             state_.SetErrorMessage(row, report.text);
             return;
+        case SubjectEnd::NoCard:
+            host_.SetRowPicture(row, RowMark::Cross);
+            state_.SetErrorMessage(row, Sentence(report.text));
+            return;
         case SubjectEnd::CopyFailed:
             MarkWriteProblem(row);
             return;
         case SubjectEnd::Written:
             host_.SetRowPicture(row, RowMark::Check);
-            if (const std::string note = SuccessNote(report); !note.empty())
+            if (const std::string note =
+                    SuccessNote(report, chosen_[static_cast<std::size_t>(row)]);
+                !note.empty())
                 state_.SetErrorMessage(row, note);
             break;
         case SubjectEnd::WriteFailed:

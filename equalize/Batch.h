@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "BatchHost.h"
 #include "SubjectEngine.h"
@@ -23,10 +24,12 @@ class Batch : private SubjectWindow {
     enum class Next { Row, Stop };
 
     void Run();
-    Next ProcessRow(std::int64_t row, const SubjectSettings& settings);
+    bool ChooseCards();
+    Next ProcessRow(std::int64_t row, SubjectSettings settings);
+    std::string SubjectPath(std::int64_t row);
     void Mark(std::int64_t row, const SubjectReport& report);
     void MarkWriteProblem(std::int64_t row);
-    std::string SuccessNote(const SubjectReport& report) const;
+    std::string SuccessNote(const SubjectReport& report, const SubjectCard& card) const;
     std::string ErrorText() const { return tiff_ ? tiff_->errstr : std::string(); }
 
     void SubjectOpened() override { state_.Tiffi = tiff_; }
@@ -39,8 +42,16 @@ class Batch : private SubjectWindow {
     WindowState& state_;
     BatchHost& host_;
     std::shared_ptr<TiffFile> tiff_;  // the subject in work
-    // The card of this press, at its amount. The window stays live while the
+    // The cards of this press, at its amount. The window stays live while the
     // batch runs, and a white card opened meanwhile must not change the card
     // the later files are measured against.
-    std::unique_ptr<CardRun> card_;
+    std::unique_ptr<RunCards> cards_;
+    std::vector<SubjectCard> chosen_;  // a row's card
 };
+
+// "this is a JPEG" as a sentence of its own: "This is a JPEG."
+std::string Sentence(std::string text);
+
+// A row's message before a batch, with a card library: "Card: f8.tif", or
+// why no card serves the subject at path, as a sentence.
+std::string CardMessage(const RunCards& library, const std::string& path);

@@ -8,6 +8,7 @@
 #include "CardSource.h"
 #include "FolderItem.h"
 #include "Picture.h"
+#include "RunCards.h"
 #include "TiffFile.h"
 
 // The program's whole working state, as the main window holds it. Kept apart
@@ -17,6 +18,9 @@ struct WindowState {
     std::shared_ptr<FolderItem> fsubject;  // the chosen subject folder
     std::shared_ptr<TiffFile> Tiffb;  // the white card as our reader knows it, with its figures
     std::shared_ptr<const CardSource> card;  // the white card, read once for every batch
+    // A card library opened instead of one white card: its folder and its
+    // cards, from which each subject gets its own.
+    std::shared_ptr<const RunCards> library;
     // How the window equalizes: the options the user keeps between sessions,
     // and the open card's files (its further shots and dark frame, chosen
     // after Open and cleared by every Open).

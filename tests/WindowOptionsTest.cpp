@@ -18,6 +18,7 @@
 #include "CorrectionOptionsDialog.h"
 #include "WindowFixture.h"
 #include "support/CliRun.h"
+#include "support/ExifTiff.h"
 #include "support/FileHashes.h"
 
 namespace {
@@ -171,5 +172,52 @@ TEST_F(WindowOptions, DropsDoWhatOpenAndChooseDo) {
     EXPECT_EQ(Texts({"TxtStatusWhite", "TxtStatusSubject"}),
               "Drop one TIFF file here: it opens as the white card.\n"
               "The files come from several folders: drop those of one folder.\n");
+}
+
+// A card library from the Correction menu: the white card area counts its
+// cards, each row names its card before the batch, and the batch writes the
+// command line's bytes, crossing the subject no card serves.
+TEST_F(WindowOptions, CardLibraryGivesTheCommandLinesBytes) {
+    const fs::path cards = folder / "cards", subjects = folder / "subjects";
+    fs::create_directories(cards);
+    fs::create_directories(subjects);
+    const auto shot = [](double fNumber) {
+        return CardExif{.width = 6,
+                        .height = 4,
+                        .bitsPerSample = 16,
+                        .make = "Maker",
+                        .model = "Camera X",
+                        .hasExif = true,
+                        .lensModel = "Macro 100mm",
+                        .focalLength = 100,
+                        .fNumber = fNumber};
+    };
+    WriteExifTiff(cards / "a.tif", shot(8), {.level = 61000});
+    WriteExifTiff(cards / "c.tif", shot(11), {.level = 59000});
+    WriteExifTiff(cards / "e.tif", {.width = 6, .height = 4, .bitsPerSample = 16},
+                  {.level = 57000});
+    for (const auto& [name, fNumber] : {std::pair{"1.tif", 8.0}, {"3.tif", 11.0}, {"5.tif", 4.0}})
+        WriteExifTiff(subjects / name, shot(fNumber), {.level = 30000});
+    dialogs.folderAnswers.push_back(cards);
+    static_cast<MenuBar1*>(win->menuBar())->Item("OpenCardFolder")->trigger();
+    EXPECT_EQ(Texts({"TxtWhite", "TxtInfoWhite"}), "cards\nCard library: 2 usable cards\n");
+    ChooseSubjects(subjects);
+    const std::string none = "No card in " + cards.string() +
+                             " matches Camera X, Macro 100mm, 100 mm, f/4 (1 card without EXIF, "
+                             "2 cards of another aperture).";
+    for (const auto& [row, message] :
+         {std::pair{0, std::string("Card: a.tif.")}, {1, "Card: c.tif."}, {2, none}}) {
+        ClickCell(row, 2);
+        EXPECT_EQ(Get<QLabel>("TxtResult")->text().toStdString(), message);
+    }
+    Click("ChkSelectAll");
+    dialogs.folderAnswers.push_back(folder / "window");
+    fs::create_directories(folder / "window");
+    Click("BtnProcess");
+    fs::create_directories(folder / "cli");
+    Equalize({"--cards", cards, "--output", folder / "cli", subjects});
+    EXPECT_EQ(HashFolder(folder / "window").size(), 2u);
+    EXPECT_EQ(HashFolder(folder / "window"), HashFolder(folder / "cli"));
+    EXPECT_EQ(State().ErrorMessages[2], none);
 }
 }  // namespace

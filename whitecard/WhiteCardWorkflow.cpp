@@ -77,6 +77,7 @@ void ResetWindow(WindowState& state, WhiteCardHost& host) {
     host.RefreshLabel(WhiteLabel::TxtMaxVal);
     state.AmountToApply = 1.0;
     state.WhiteOpened = false;
+    state.library.reset();
     state.SubjectSelected = false;
     host.DeleteAllRows();
     for (const auto& picture : {state.pwhite, state.psubject, state.presult, state.ptone})
@@ -111,7 +112,39 @@ void OpenWhiteCard(WindowState& state, WhiteCardHost& host, std::shared_ptr<Fold
     }
 }
 
+std::string LibraryText(const RunCards& library) {
+    const std::size_t usable = library.MatchableCards();
+    return "Card library: " + (usable == 0   ? std::string("no usable card")
+                               : usable == 1 ? std::string("1 usable card")
+                                             : std::to_string(usable) + " usable cards");
+}
+
+void OpenCardFolder(WindowState& state, WhiteCardHost& host, std::shared_ptr<FolderItem> folder) {
+    ResetWindow(state, host);
+    if (!folder) folder = host.UserDialogs().SelectFolder("Select the folder of white cards");
+    if (!folder) return;
+    CardProblem problem;
+    const CorrectionModes modes = state.modes.Options();
+    auto library = RunCards::Open(modes, folder->NativePath(), state.AmountToApply, problem);
+    if (!library) {
+        host.UserDialogs().MsgBox("Error: " + problem.text);
+        return;
+    }
+    state.modes = modes;
+    state.card.reset();
+    state.Tiffb.reset();
+    host.SetLabel(WhiteLabel::TxtWhite, folder->Name());
+    host.SetLabel(WhiteLabel::TxtInfoWhite, LibraryText(*library));
+    state.WhiteOpened = library->MatchableCards() > 0;
+    state.library = std::move(library);
+    host.SetProcessEnabled(state.ProcessAllowed());
+}
+
 bool TakeModes(WindowState& state, WhiteCardHost& host, const CorrectionModes& modes) {
+    if (state.library) {
+        state.modes = modes.Options();
+        return true;
+    }
     if (!state.WhiteOpened || !state.card) {
         state.modes = modes.Options();
         return true;

@@ -43,6 +43,17 @@ class WhiteCardHost {
 void OpenWhiteCard(WindowState& state, WhiteCardHost& host,
                    std::shared_ptr<FolderItem> file = nullptr);
 
+// The "Open Card Folder…" item: resets the window as Open does, asks for a
+// folder (unless one is given) and opens it as a card library in the
+// window's options. The white card area then names the folder and says how
+// many cards a subject can be matched to; at least one counts as a card
+// opened. A folder that can't serve is refused with "Error: " and its words.
+void OpenCardFolder(WindowState& state, WhiteCardHost& host,
+                    std::shared_ptr<FolderItem> folder = nullptr);
+
+// What the white card area says of a library: "Card library: 4 usable cards".
+std::string LibraryText(const RunCards& library);
+
 // Takes new modes for the window: with a card open, the card is read again
 // with them (its further shots averaged, the dark frame taken off, ...) and
 // its figures, preview and tone map shown anew. False, with the modes and

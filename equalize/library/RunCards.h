@@ -50,6 +50,7 @@ class RunCards {
                                         double amountToApply);
 
     bool HasLibrary() const { return !library_.empty(); }
+    const std::string& Library() const { return library_; }
     // The options every card is read with; their cards are the white card's.
     const CorrectionModes& Modes() const { return modes_; }
     const std::vector<LibraryCard>& LibraryCards() const { return cards_; }
