@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "BenchSupport.h"
+#include "support/ExifTiff.h"
 
 namespace fs = std::filesystem;
 using namespace bench;
@@ -54,6 +55,87 @@ std::vector<Job> Runs(const std::string& cli, const fs::path& white, const fs::p
             Program(with({}, many), prepare(inputs)),
             Program(with({"/usr/bin/taskset", "-c", "0"}, many), prepare(inputs)),
             Program({cli, "analyze", white.string()}, prepare({white}))};
+}
+
+// A card library: 4 cards (two lenses, two apertures), 2 subjects shot
+// with each, the EXIF written anew around the bench's pixels.
+constexpr int kLibraryCards = 4;
+
+CardExif Shot(int card, int bits) {
+    CardExif exif;
+    exif.width = kWidth;
+    exif.height = kHeight;
+    exif.bitsPerSample = static_cast<std::uint16_t>(bits);
+    exif.make = "Maker";
+    exif.model = "Camera X";
+    exif.hasExif = true;
+    exif.lensModel = card < 2 ? "Macro 100mm" : "Zoom 24-70mm";
+    exif.focalLength = card < 2 ? 100 : 50;
+    exif.fNumber = card % 2 ? 11 : 8;
+    return exif;
+}
+
+std::string Pixels(const fs::path& tiff) {
+    TIFF* tif = TIFFOpen(tiff.c_str(), "rc");
+    std::string strip(static_cast<std::size_t>(TIFFRawStripSize64(tif, 0)), '\0');
+    TIFFReadRawStrip(tif, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
+    TIFFClose(tif);
+    return strip;
+}
+
+// The library's folder and its subjects, card k's as "k-a.tif" and "k-b.tif"
+// (one file, linked twice).
+void WriteLibrary(const fs::path& dir, const fs::path& white, const fs::path& subject, int bits) {
+    fs::create_directories(dir / "cards");
+    fs::create_directories(dir / "subjects");
+    ExifTiffBody card, shot;
+    card.pixels = Pixels(white);
+    shot.pixels = Pixels(subject);
+    for (int k = 0; k < kLibraryCards; ++k) {
+        const std::string name = std::to_string(k);
+        WriteExifTiff(dir / "cards" / (name + ".tif"), Shot(k, bits), card);
+        WriteExifTiff(dir / "subjects" / (name + "-a.tif"), Shot(k, bits), shot);
+        fs::create_hard_link(dir / "subjects" / (name + "-a.tif"),
+                             dir / "subjects" / (name + "-b.tif"));
+    }
+}
+
+// The library's run of the 8 subjects, then the 4 runs of one card and its
+// 2 subjects each, all one job at a time.
+std::vector<Job> LibraryRuns(const std::string& cli, const fs::path& dir, const fs::path& out) {
+    std::vector<fs::path> inputs;
+    for (const auto& entry : fs::recursive_directory_iterator(dir)) inputs.push_back(entry.path());
+    const auto prepare = [&out, inputs] {
+        Empty(out);
+        Warm(inputs);
+    };
+    const std::vector<std::string> equalize = {cli, "equalize", "--jobs", "1", "--output",
+                                               out.string()};
+    std::vector<std::string> library = equalize;
+    library.insert(library.end(), {"--cards", (dir / "cards").string(), (dir / "subjects").string()});
+    std::vector<Job> jobs = {Program(library, prepare)};
+    for (int k = 0; k < kLibraryCards; ++k) {
+        const std::string name = std::to_string(k);
+        std::vector<std::string> one = equalize;
+        one.insert(one.end(), {"--white", (dir / "cards" / (name + ".tif")).string(),
+                               (dir / "subjects" / (name + "-a.tif")).string(),
+                               (dir / "subjects" / (name + "-b.tif")).string()});
+        jobs.push_back(Program(one, prepare));
+    }
+    return jobs;
+}
+
+void ReportLibrary(const Run* r) {
+    double apart = 0;
+    long peak = 0;
+    for (int k = 1; k <= kLibraryCards; ++k) {
+        apart += r[k].seconds;
+        peak = std::max(peak, r[k].peakKiB);
+    }
+    Print("equalize --cards, 4 cards, 8 subjects, --jobs 1", r[0]);
+    std::printf("  7. a library of 4 cards against 4 runs of one card  %5.2f x  (target <= 1.1; "
+                "%.3f s vs %.3f s; peak %.1f vs %.1f MiB)\n",
+                r[0].seconds / apart, r[0].seconds, apart, r[0].peakKiB / 1024.0, peak / 1024.0);
 }
 
 void Report(const char* who, const Run& cp, const Run& read, const Run* r, double megabytes) {
@@ -104,6 +186,11 @@ void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, 
         const std::vector<Job> runs = Runs(cli, white, many, out, inputs);
         jobs.insert(jobs.end(), runs.begin(), runs.end());
     }
+    // Only this build knows --cards.
+    const fs::path library = dir / ("library" + std::to_string(bits));
+    WriteLibrary(library, white, subject, bits);
+    const std::vector<Job> libraryRuns = LibraryRuns(clis[0], library, out);
+    jobs.insert(jobs.end(), libraryRuns.begin(), libraryRuns.end());
     const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
     const double megabytes = static_cast<double>(fs::file_size(subject)) / 1e6;
     std::printf("%d-bit, %u x %u, %.1f MB a file, median of %d rounds\n", bits, kWidth, kHeight,
@@ -112,6 +199,7 @@ void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, 
     Print("cat of the white card", inTurn[1]);
     for (std::size_t k = 0; k < clis.size(); ++k)
         Report(Who(k), inTurn[0], inTurn[1], &inTurn[2 + 5 * k], megabytes);
+    ReportLibrary(&inTurn[2 + 5 * clis.size()]);
 }
 }  // namespace
 

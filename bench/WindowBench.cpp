@@ -23,6 +23,8 @@
 #include <vector>
 
 #include "App.h"
+#include <QTemporaryDir>
+
 #include "BenchSupport.h"
 #include "FakeDialogs.h"
 #include "FileTypes.h"
@@ -147,6 +149,9 @@ void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, 
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    // The window keeps nothing of the user's sessions, nor leaves anything in them.
+    const QTemporaryDir settings;
+    qputenv("XDG_CONFIG_HOME", settings.path().toUtf8());
     FileTypes::Instance();
     App app(argc, argv);
     return RunInBothDepths(argc, argv, Bench);

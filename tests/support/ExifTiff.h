@@ -13,10 +13,12 @@
 
 #include "CardExif.h"
 
-// What the file holds beyond its EXIF: its pixels (a slope from `level`,
-// black at 0), compression, and an XMP packet when one is given.
+// What the file holds beyond its EXIF: its pixels (the bytes of `pixels`
+// when given, else a slope from `level`, black at 0), compression, and an
+// XMP packet when one is given.
 struct ExifTiffBody {
     std::uint16_t level = 0;
+    std::string pixels;
     std::uint16_t compression = COMPRESSION_NONE;
     std::string xmp;
 };
@@ -42,8 +44,8 @@ inline void WriteExifTiff(const std::filesystem::path& path, const CardExif& exi
     if (!body.xmp.empty())
         TIFFSetField(tif, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(body.xmp.size()),
                      body.xmp.data());
-    std::vector<std::uint8_t> pixels(std::size_t{exif.width} * exif.height * 3 *
-                                     (exif.bitsPerSample / 8));
+    std::vector<std::uint8_t> pixels(body.pixels.begin(), body.pixels.end());
+    pixels.resize(std::size_t{exif.width} * exif.height * 3 * (exif.bitsPerSample / 8));
     for (std::size_t k = 0; body.level && k < pixels.size() / 2; ++k) {
         const auto value = static_cast<std::uint16_t>(body.level - 211 * (k % 18) - 97 * (k / 18));
         std::memcpy(&pixels[2 * k], &value, 2);
