@@ -15,6 +15,7 @@
 
 #include <QCheckBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -23,8 +24,6 @@
 #include <vector>
 
 #include "App.h"
-#include <QTemporaryDir>
-
 #include "BenchSupport.h"
 #include "FakeDialogs.h"
 #include "FileTypes.h"
