@@ -76,14 +76,7 @@ class LibtiffPass {
 };
 
 void LibtiffPass::SetUp() {
-    Progress& bar = host_.EqualizeProgress();
-    bar.SetMaximum(image_.height);
-    bar.SetValue(0);
-    bar.SetVisible(true);
-    host_.SetSubjectStatus("Saving file: " + files_.outputName);
-    const CanvasSize canvas = host_.ResultCanvas();
-    result_ = PreviewGeometry::For(image_.width, image_.height, canvas.width, canvas.height);
-    pictures_.result = std::make_shared<Picture>(result_.width, result_.height, 32);
+    result_ = StartPass(host_, image_.width, image_.height, files_.outputName, pictures_.result);
     if (pictures_.subject && host_.ShowPreviews()) {
         const CanvasSize room = pictures_.subjectRoom;
         subject_ = PreviewGeometry::For(image_.width, image_.height, room.width, room.height);

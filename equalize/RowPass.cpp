@@ -48,16 +48,7 @@ class FilePass {
 };
 
 void FilePass::SetUp(std::shared_ptr<Picture>& presult) {
-    Progress& bar = host_.EqualizeProgress();
-    bar.SetMaximum(tiff_.ImageHeight);
-    bar.SetValue(0);
-    bar.SetVisible(true);
-    host_.SetSubjectStatus("Saving file: " + files_.outputName);
-
-    const CanvasSize canvas = host_.ResultCanvas();
-    geometry_ = PreviewGeometry::For(tiff_.ImageWidth, tiff_.ImageHeight, canvas.width,
-                                     canvas.height);
-    presult = std::make_shared<Picture>(geometry_.width, geometry_.height, 32);
+    geometry_ = StartPass(host_, tiff_.ImageWidth, tiff_.ImageHeight, files_.outputName, presult);
 }
 
 // The user's request to stop can only arrive while events are pumped, which
@@ -87,7 +78,7 @@ RowPassEnd FilePass::Finish() {
 
 // The row's whole pixels from the subject's row into the output's.
 void FilePass::Correct(std::int64_t y, const std::uint8_t* subject) {
-    const SampleSpan span{rows_.output.Data(), layout_.pixels,   3,      0, 3,
+    const SampleSpan span{rows_.output.Data(), layout_.pixels,    3,      0, 3,
                           layout_.sampleBytes, layout_.Swapped(), subject};
     if (!files_.correction.Correct(static_cast<std::uint32_t>(y), 0, span))
         throw std::runtime_error("the white card's rows can't be read");
@@ -114,8 +105,8 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
         Correct(y, subject);
         if (sampled && length > 0 && host_.ShowPreviews())
             SamplePreviewRow(geometry_, SampleRow::Of(rows_.output.Data(), layout_), 0,
-                             static_cast<std::int64_t>(layout_.pixels), layout_.EightBit(),
-                             preview, previewRow);
+                             static_cast<std::int64_t>(layout_.pixels), layout_.EightBit(), preview,
+                             previewRow);
         if (files_.output.WriteAt(at, rows_.output.Data(), length) && files_.leftOut)
             files_.leftOut->Written(0, at, at + static_cast<std::int64_t>(length));
         at += static_cast<std::int64_t>(length);
@@ -131,4 +122,18 @@ RowPassEnd FilePass::Run(std::shared_ptr<Picture>& presult) {
 RowPassEnd RunRowPass(const RowPassFiles& files, RowPassHost& host,
                       std::shared_ptr<Picture>& presult) {
     return FilePass(files, host).Run(presult);
+}
+
+PreviewGeometry StartPass(RowPassHost& host, std::int64_t width, std::int64_t height,
+                          const std::string& outputName, std::shared_ptr<Picture>& result) {
+    Progress& bar = host.EqualizeProgress();
+    bar.SetMaximum(height);
+    bar.SetValue(0);
+    bar.SetVisible(true);
+    host.SetSubjectStatus("Saving file: " + outputName);
+    const CanvasSize canvas = host.ResultCanvas();
+    const PreviewGeometry geometry =
+        PreviewGeometry::For(width, height, canvas.width, canvas.height);
+    result = std::make_shared<Picture>(geometry.width, geometry.height, 32);
+    return geometry;
 }

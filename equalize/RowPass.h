@@ -7,6 +7,7 @@
 #include "BinaryStream.h"
 #include "Picture.h"
 #include "PixelLayout.h"
+#include "PreviewGeometry.h"
 #include "RowPassHost.h"
 #include "TiffFile.h"
 
@@ -32,5 +33,11 @@ enum class RowPassEnd {
 // the subject and the white card, and draws the result preview on the way into
 // presult. Memory is two row buffers, the card's band and the preview,
 // whatever the image. Throws when the card's rows can't be read.
+// Shows a pass over rows starting: the progress bar at 0 of its height, the
+// status line naming the output, and the result preview made anew for the
+// canvas's room; gives the preview's geometry.
+PreviewGeometry StartPass(RowPassHost& host, std::int64_t width, std::int64_t height,
+                          const std::string& outputName, std::shared_ptr<Picture>& result);
+
 RowPassEnd RunRowPass(const RowPassFiles& files, RowPassHost& host,
                       std::shared_ptr<Picture>& presult);

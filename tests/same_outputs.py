@@ -261,6 +261,8 @@ def run(command, work, into):
     done = subprocess.run([str(c) for c in command], capture_output=True, text=True,
                           errors="replace", timeout=600)
     text = f"exit {done.returncode}\n{done.stdout}stderr:\n{done.stderr}"
+    # The usage line grew --cards and --record; what follows it is compared.
+    text = re.sub(r"usage: brisavane-cli equalize .*", "usage: brisavane-cli equalize ...", text)
     for build in ("before", "after"):
         text = text.replace(str(work / build), str(work / "BUILD"))
     text = "\n".join(json.dumps(drop_seconds(json.loads(line)), sort_keys=True)
@@ -269,9 +271,14 @@ def run(command, work, into):
     return text
 
 
+# The run's time, and what the JSON gained with the card library: the card
+# that served each subject and its gains.
+NEW_KEYS = ("seconds", "card", "figures")
+
+
 def drop_seconds(value):
     if isinstance(value, dict):
-        return {k: drop_seconds(v) for k, v in value.items() if k != "seconds"}
+        return {k: drop_seconds(v) for k, v in value.items() if k not in NEW_KEYS}
     return value
 
 
