@@ -18,7 +18,7 @@ import tempfile
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "samples"))
-from make_samples import srgb_profile, write_tiff  # noqa: E402
+from make_samples import lcms_library, saved_profile, srgb_profile, write_tiff  # noqa: E402
 
 HERE = Path(__file__).resolve().parent / "corpus"
 WHITE = Path(__file__).resolve().parent / "white"
@@ -196,7 +196,7 @@ def icc_profiles():
     """Profiles that LittleCMS makes: sRGB, a gamma-2.2 matrix profile, one
     with a parametric curve for each channel apart, a tabulated curve with
     flat steps, a tabulated falling curve, a Lab profile and a grey one."""
-    lcms = ctypes.CDLL(ctypes.util.find_library("lcms2") or "liblcms2.so.2")
+    lcms = lcms_library()
     vp, c_double = ctypes.c_void_p, ctypes.c_double
     lcms.cmsBuildGamma.restype = vp
     lcms.cmsBuildGamma.argtypes = [vp, c_double]
@@ -212,8 +212,6 @@ def icc_profiles():
     lcms.cmsCreateGrayProfile.restype = vp
     lcms.cmsCreateGrayProfile.argtypes = [vp, vp]
     lcms.cmsSetProfileVersion.argtypes = [vp, c_double]
-    lcms.cmsSaveProfileToMem.argtypes = [vp, vp, ctypes.POINTER(ctypes.c_uint32)]
-    lcms.cmsCloseProfile.argtypes = [vp]
     lcms.cmsFreeToneCurve.argtypes = [vp]
 
     white = (c_double * 3)(0.3127, 0.3290, 1.0)
@@ -221,13 +219,7 @@ def icc_profiles():
 
     def saved(profile, version=4.3):
         lcms.cmsSetProfileVersion(profile, version)
-        size = ctypes.c_uint32(0)
-        lcms.cmsSaveProfileToMem(profile, None, ctypes.byref(size))
-        data = ctypes.create_string_buffer(size.value)
-        lcms.cmsSaveProfileToMem(profile, data, ctypes.byref(size))
-        lcms.cmsCloseProfile(profile)
-        # A fixed creation date, so that every run writes the same bytes.
-        return data.raw[:24] + struct.pack(">6H", 2026, 1, 1, 0, 0, 0) + data.raw[36:size.value]
+        return saved_profile(lcms, profile)
 
     def table(values):
         return lcms.cmsBuildTabulatedToneCurve16(None, len(values),

@@ -99,21 +99,31 @@ MODES_WIDTH, MODES_HEIGHT = 600, 400
 DARK = 600 / 65535  # the sensor's black level, in 16-bit sample units
 
 
-def srgb_profile():
-    """LittleCMS's own sRGB profile, with a fixed creation date so that the
-    samples come out the same bytes on every run."""
+def lcms_library():
+    """LittleCMS through ctypes, with what saving a profile needs declared."""
     lcms = ctypes.CDLL(ctypes.util.find_library("lcms2") or "liblcms2.so.2")
     lcms.cmsCreate_sRGBProfile.restype = ctypes.c_void_p
     lcms.cmsSaveProfileToMem.argtypes = [ctypes.c_void_p, ctypes.c_void_p,
                                          ctypes.POINTER(ctypes.c_uint32)]
     lcms.cmsCloseProfile.argtypes = [ctypes.c_void_p]
-    profile = lcms.cmsCreate_sRGBProfile()
+    return lcms
+
+
+def saved_profile(lcms, profile):
+    """The profile's bytes, with a fixed creation date so that they come out
+    the same on every run; the profile is closed."""
     size = ctypes.c_uint32(0)
     lcms.cmsSaveProfileToMem(profile, None, ctypes.byref(size))
     data = ctypes.create_string_buffer(size.value)
     lcms.cmsSaveProfileToMem(profile, data, ctypes.byref(size))
     lcms.cmsCloseProfile(profile)
     return data.raw[:24] + struct.pack(">6H", 2026, 1, 1, 0, 0, 0) + data.raw[36:size.value]
+
+
+def srgb_profile():
+    """LittleCMS's own sRGB profile."""
+    lcms = lcms_library()
+    return saved_profile(lcms, lcms.cmsCreate_sRGBProfile())
 
 
 def encoded(linear):
