@@ -152,7 +152,8 @@ int RunAnalyze(const std::vector<std::string>& args, std::ostream& out, std::ost
     CorrectionModes modes;
     modes.cards = {options.white};
     CardProblem problem;
-    const auto white = CardSource::Open(modes, {}, problem, options.rgb);
+    const auto white = CardSource::Open(modes, {}, problem,
+                                        options.rgb ? CardUse::ShownPlacingEvery : CardUse::Shown);
     if (!white) {
         err << CardErrorLine("brisavane-cli analyze", problem) << "\n";
         return kExitUnusable;

@@ -31,7 +31,7 @@ SubjectCorrection::SubjectCorrection(const CardRun& run, std::uint32_t bandRows,
       // worth sharing; the other modes' rows cost less than handing half of
       // them over does.
       second_(spareCore && (curves_ || run.Card().Smoothed()) ? std::make_unique<SecondThread>()
-                                                             : nullptr) {
+                                                              : nullptr) {
     if (second_ && bandRows_ == 1)
         aheadGains_.resize(std::size_t{run.Card().Width()} * run.Rule().GainsPerPixel());
 }
@@ -84,7 +84,7 @@ bool SubjectCorrection::Correct(std::uint32_t y, std::uint32_t x, const SampleSp
     const CardRow card = CardAt(y, x, count);
     // Only now: reading the card's band may move the dark frame's on.
     const std::uint16_t* dark = card_.DarkRow(y);
-    if ((!card.gains && !card.numbers) || (run_.Card().Store().HasDark() && !dark)) return false;
+    if ((!card.gains && !card.numbers) || (run_.Card().HasDark() && !dark)) return false;
     std::size_t capped[2] = {0, 0};
     const std::size_t half = span.pixels / 2;
     if (second_ && half >= kStretch)

@@ -47,7 +47,8 @@ std::shared_ptr<const CardSource> OpenCard(const std::string& path, bool linear 
     modes.cards = {path};
     modes.linear = linear;
     CardProblem problem;
-    return CardSource::Open(modes, {}, problem, placeEvery);
+    return CardSource::Open(modes, {}, problem,
+                            placeEvery ? CardUse::ShownPlacingEvery : CardUse::Shown);
 }
 
 std::string Contents(const fs::path& path) {

@@ -40,11 +40,15 @@ CardReader::CardReader(const CardSource& card, std::uint32_t bandRows, bool allC
       allColours_(allColours) {}
 
 // The band holding row y, aligned to the pieces the subject comes in, so a
-// tile's rows are in one band.
+// tile's rows are in one band. The dark frame's (plane 3) come from its own
+// file where they stand there.
 const std::uint8_t* CardReader::PlaneRow(int plane, std::uint32_t y) {
     Band& band = bands_[plane];
-    const std::size_t rowBytes = store_.RowBytes(plane);
-    if (y >= store_.Height()) return nullptr;
+    const CardStore* darkStore = plane == 3 ? card_.DarkStore() : nullptr;
+    const CardStore& store = darkStore ? *darkStore : store_;
+    const int stored = darkStore ? 0 : plane;
+    const std::size_t rowBytes = store.RowBytes(stored);
+    if (y >= store.Height()) return nullptr;
     if (y < band.start || y >= band.end) {
         const std::uint32_t perBand = std::max<std::uint32_t>(
             static_cast<std::uint32_t>(kBandBytes / std::max<std::size_t>(rowBytes, 1)) /
@@ -54,7 +58,7 @@ const std::uint8_t* CardReader::PlaneRow(int plane, std::uint32_t y) {
         const std::uint32_t rows = std::min(perBand, store_.Height() - start);
         band.words.resize((std::size_t{rows} * rowBytes + 1) / 2);
         band.start = band.end = 0;
-        if (!store_.Read(plane, start, rows, reinterpret_cast<std::uint8_t*>(band.words.data())))
+        if (!store.Read(stored, start, rows, reinterpret_cast<std::uint8_t*>(band.words.data())))
             return nullptr;
         band.start = start;
         band.end = start + rows;
@@ -63,7 +67,7 @@ const std::uint8_t* CardReader::PlaneRow(int plane, std::uint32_t y) {
 }
 
 const std::uint16_t* CardReader::DarkRow(std::uint32_t y) {
-    if (!store_.HasDark() || !PlaneRow(3, y)) return nullptr;
+    if (!card_.HasDark() || !PlaneRow(3, y)) return nullptr;
     const Band& band = bands_[3];
     return band.words.data() + std::size_t{y - band.start} * store_.Width() * 3;
 }
@@ -113,7 +117,7 @@ SampleRow CardReader::Values(std::uint32_t y, std::uint32_t x, std::uint32_t cou
     const std::size_t stride = colours[0] ? 3 : 1;
     values_.resize(std::size_t{count} * stride);
     const std::uint16_t* dark = DarkRow(y);
-    if (store_.HasDark() && !dark) return {};
+    if (card_.HasDark() && !dark) return {};
     for (int c = 0; c < 3; ++c) {
         if (!colours[c]) continue;
         const std::uint8_t* sums = PlaneRow(c, y);

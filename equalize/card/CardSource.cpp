@@ -65,8 +65,10 @@ void AddSamples(const SampleRow& row, std::size_t values, std::uint32_t* sums, b
 // read once in lockstep, combined, kept for the subjects, and measured.
 class CardBuild {
   public:
-    CardBuild(const CorrectionModes& modes, const TiffServices& services, bool placeEvery)
-        : services_(services), placeEvery_(placeEvery) {
+    CardBuild(const CorrectionModes& modes, const TiffServices& services, CardUse use)
+        : services_(services),
+          placeEvery_(use == CardUse::ShownPlacingEvery),
+          gainsOnly_(use == CardUse::Gains) {
         card_.reset(new CardSource());
         card_->modes_ = modes;
     }
@@ -89,6 +91,7 @@ class CardBuild {
     void TakeProfile(std::vector<std::uint8_t> icc);
     bool Linearise();
     bool MakeStore();
+    bool DarkInPlace();
     bool Pass();
     SampleRow Combined(std::uint32_t y);
     bool ReadFailed();
@@ -98,6 +101,7 @@ class CardBuild {
     TiffServices services_;
     CardProblem problem_;
     bool placeEvery_;
+    bool gainsOnly_;
     std::unique_ptr<CardSource> card_;
     std::shared_ptr<TiffFile> record_;
     std::vector<std::unique_ptr<DecodedRows>> shots_;
@@ -277,9 +281,11 @@ bool CardBuild::MakeStore() {
                                           KindOf(card_->bits_, record_->LittleEndian));
         direct_ = std::make_unique<CardReader>(*card_, 1, true);
     } else {
+        const bool darkKept = dark_ && !DarkInPlace();
+        const bool greenOnly = gainsOnly_ && modes.channels == GainChannels::Green;
         card_->store_ = CardStore::Scratch(
             width_, height_, shots_.size() > 1 ? CardStore::Plane::Sums : CardStore::Plane::Samples,
-            dark_ != nullptr);
+            darkKept, greenOnly);
         if (!card_->store_)
             return Refuse(CardVerdict::Unwritable,
                           "Error: No scratch file for the white card can be made in " +
@@ -293,6 +299,29 @@ bool CardBuild::MakeStore() {
     const std::size_t values = std::size_t{width_} * 3;
     colours_.resize(values), samples_.resize(values), darkRow_.resize(values);
     values_.resize(values), linear_.resize(values);
+    return true;
+}
+
+// The dark frame's rows where they stand in its file, when they stand there
+// as 16-bit samples in the host's order, 3 a pixel: the subjects read them
+// from there rather than from a copy in the scratch file.
+bool CardBuild::DarkInPlace() {
+    const LibtiffFile& image = dark_->Image();
+    if (!image.RowsInPlace() || image.planar != PLANARCONFIG_CONTIG || image.samples != 3 ||
+        image.bits != 16 || image.bigEndian == kHostLittleEndian)
+        return false;
+    std::vector<std::uint64_t> strips;
+    for (std::uint32_t k = 0; k < image.Chunks(); ++k) {
+        const LibtiffFile::Place place = image.PlaceOf(k);
+        if (!image.ChunkProblem(k, std::uint64_t{place.rows} * place.rowBytes).empty())
+            return false;
+        strips.push_back(TIFFGetStrileOffset(image.Handle(), k));
+    }
+    const int fd = ::open(card_->modes_.dark.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    card_->darkStore_ =
+        CardStore::Direct(fd, std::move(strips), std::min(image.rowsPerStrip, height_), width_,
+                          height_, SampleKind::U16);
     return true;
 }
 
@@ -425,10 +454,10 @@ std::shared_ptr<const CardSource> CardOpening::Read(CardProblem& problem) {
 
 std::unique_ptr<CardOpening> CardSource::Judge(const CorrectionModes& modes,
                                                const TiffServices& services, CardProblem& problem,
-                                               bool placeEvery) {
+                                               CardUse use) {
     problem = {};
     if (modes.cards.empty()) return nullptr;
-    auto build = std::make_unique<CardBuild>(modes, services, placeEvery);
+    auto build = std::make_unique<CardBuild>(modes, services, use);
     const bool judged = build->Judge();
     problem = build->Problem();
     return judged ? std::make_unique<CardOpening>(std::move(build)) : nullptr;
@@ -436,8 +465,8 @@ std::unique_ptr<CardOpening> CardSource::Judge(const CorrectionModes& modes,
 
 std::shared_ptr<const CardSource> CardSource::Open(const CorrectionModes& modes,
                                                    const TiffServices& services,
-                                                   CardProblem& problem, bool placeEvery) {
-    const auto opening = Judge(modes, services, problem, placeEvery);
+                                                   CardProblem& problem, CardUse use) {
+    const auto opening = Judge(modes, services, problem, use);
     return opening ? opening->Read(problem) : nullptr;
 }
 

@@ -42,6 +42,12 @@ struct CardProblem {
 class CardSource;
 class CardBuild;
 
+// What a card is read for: to be shown (the window, analyze: its rows kept
+// whole, for previews and the report), the same with the brightest of red and
+// blue placed too, or only to equalize subjects by, which keeps only what
+// their gains and the dark frame need.
+enum class CardUse { Shown, ShownPlacingEvery, Gains };
+
 // A card judged and waiting for its pass: what is known of it before its
 // pixels are read (its size and depth, for the window to show meanwhile).
 class CardOpening {
@@ -71,15 +77,15 @@ class CardSource {
   public:
     // The files opened and judged, the pass not yet made; nil with the
     // problem when they can't serve. The services' analysis progress sees
-    // the pass; placeEvery also finds where red's and blue's brightest lie,
-    // not only green's.
+    // the pass.
     static std::unique_ptr<CardOpening> Judge(const CorrectionModes& modes,
                                               const TiffServices& services, CardProblem& problem,
-                                              bool placeEvery = false);
+                                              CardUse use = CardUse::Shown);
     // Judged and read in one go.
     static std::shared_ptr<const CardSource> Open(const CorrectionModes& modes,
                                                   const TiffServices& services,
-                                                  CardProblem& problem, bool placeEvery = false);
+                                                  CardProblem& problem,
+                                                  CardUse use = CardUse::Shown);
 
     const CorrectionModes& Modes() const { return modes_; }
     std::uint32_t Width() const { return store_->Width(); }
@@ -93,6 +99,10 @@ class CardSource {
     const TiffFile& Record() const { return *record_; }
     std::shared_ptr<TiffFile> SharedRecord() const { return record_; }
     const CardStore& Store() const { return *store_; }
+    bool HasDark() const { return !modes_.dark.empty(); }
+    // The dark frame's rows where they stand in its file; nil when they are
+    // kept in Store() or there is no dark frame.
+    const CardStore* DarkStore() const { return darkStore_.get(); }
     std::size_t Shots() const { return modes_.cards.size(); }
     // Whether gains come from whole samples (one shot, not smoothed) or from values.
     bool FromSamples() const { return Shots() == 1 && !smoother_; }
@@ -119,6 +129,7 @@ class CardSource {
     int bits_ = 8;
     std::shared_ptr<TiffFile> record_;
     std::shared_ptr<CardStore> store_;
+    std::shared_ptr<CardStore> darkStore_;
     RowExtremes extremes_;
     std::shared_ptr<const ToneCurves> curves_;
     std::vector<std::uint8_t> profile_;

@@ -33,12 +33,14 @@ std::shared_ptr<CardStore> CardStore::Direct(int fd, std::vector<std::uint64_t> 
 }
 
 std::shared_ptr<CardStore> CardStore::Scratch(std::uint32_t width, std::uint32_t height,
-                                              Plane plane, bool dark) {
+                                              Plane plane, bool dark, bool greenOnly) {
     const int fd = OpenScratchFile(ScratchFolder());
     if (fd < 0) return nullptr;
     std::shared_ptr<CardStore> store(new CardStore(fd, width, height));
     store->plane_ = plane;
     store->dark_ = dark;
+    store->kept_[0] = store->kept_[2] = !greenOnly;
+    store->kept_[3] = dark;
     return store;
 }
 
@@ -50,18 +52,20 @@ std::size_t CardStore::RowBytes(int plane) const {
     return std::size_t{width_} * samples * width;
 }
 
-// A scratch file's planes one after the other, each row after row; the dark
-// frame's rows after the third.
+// A scratch file's planes kept one after the other, each row after row; the
+// dark frame's rows after the colours'.
 std::uint64_t CardStore::PlaceOf(int plane, std::uint32_t y) const {
-    if (direct_)
-        return strips_[y / rowsPerStrip_] + std::uint64_t{y % rowsPerStrip_} * RowBytes(0);
-    const std::uint64_t planeBytes = std::uint64_t{height_} * RowBytes(0);
-    return planeBytes * static_cast<std::uint64_t>(plane) + std::uint64_t{y} * RowBytes(plane);
+    if (direct_) return strips_[y / rowsPerStrip_] + std::uint64_t{y % rowsPerStrip_} * RowBytes(0);
+    std::uint64_t at = 0;
+    for (int before = 0; before < plane; ++before)
+        if (kept_[before]) at += std::uint64_t{height_} * RowBytes(before);
+    return at + std::uint64_t{y} * RowBytes(plane);
 }
 
 bool CardStore::Read(int plane, std::uint32_t y, std::uint32_t rows, std::uint8_t* dest) const {
     // Only rows already in the file, and a direct card has one plane.
-    if (y + std::uint64_t{rows} > pendingFrom_ || (direct_ && plane != 0)) return false;
+    if (y + std::uint64_t{rows} > pendingFrom_ || (direct_ ? plane != 0 : !kept_[plane]))
+        return false;
     const std::size_t rowBytes = RowBytes(plane);
     // A direct card's band may run over into the next strip, which lies elsewhere.
     for (std::uint32_t done = 0; done < rows;) {
@@ -82,6 +86,7 @@ bool CardStore::Read(int plane, std::uint32_t y, std::uint32_t rows, std::uint8_
 bool CardStore::Append(const std::uint32_t* colours, const std::uint16_t* dark) {
     const std::size_t pixels = width_;
     for (int c = 0; c < 3; ++c) {
+        if (!kept_[c]) continue;
         std::vector<std::uint8_t>& band = pending_[c];
         const std::size_t at = band.size();
         band.resize(at + RowBytes(c));
@@ -101,7 +106,7 @@ bool CardStore::Append(const std::uint32_t* colours, const std::uint16_t* dark) 
         band.insert(band.end(), bytes, bytes + RowBytes(3));
     }
     ++written_;
-    if (pending_[0].size() < kBandBytes && written_ < height_) return true;
+    if (pending_[1].size() < kBandBytes && written_ < height_) return true;
     for (int plane = 0; plane < (dark_ ? 4 : 3); ++plane)
         if (!Flush(plane)) return false;
     pendingFrom_ = written_;

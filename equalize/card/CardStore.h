@@ -23,23 +23,23 @@ class CardStore {
     static std::shared_ptr<CardStore> Direct(int fd, std::vector<std::uint64_t> strips,
                                              std::uint32_t rowsPerStrip, std::uint32_t width,
                                              std::uint32_t height, SampleKind kind);
-    // A scratch file of planes, nil when none can be made.
+    // A scratch file of planes, nil when none can be made; greenOnly keeps
+    // green's alone, all that gains in green mode read.
     static std::shared_ptr<CardStore> Scratch(std::uint32_t width, std::uint32_t height,
-                                              Plane plane, bool dark);
+                                              Plane plane, bool dark, bool greenOnly = false);
     ~CardStore();
     CardStore(const CardStore&) = delete;
     CardStore& operator=(const CardStore&) = delete;
 
     bool direct() const { return direct_; }
     Plane plane() const { return plane_; }
-    bool HasDark() const { return dark_; }
     SampleKind Kind() const { return kind_; }  // of a direct store's rows
     std::uint32_t Width() const { return width_; }
     std::uint32_t Height() const { return height_; }
 
     // Reads rows [y, y + rows) of a direct store's card, of colour plane c
     // (0 to 2) or of the dark frame (3) into dest; false when they can't all
-    // be read.
+    // be read, or the plane isn't kept.
     bool Read(int plane, std::uint32_t y, std::uint32_t rows, std::uint8_t* dest) const;
     // Bytes of one row of a plane (or of the direct card, or the dark frame).
     std::size_t RowBytes(int plane) const;
@@ -59,6 +59,7 @@ class CardStore {
     bool direct_ = false;
     Plane plane_ = Plane::Samples;
     bool dark_ = false;
+    bool kept_[4] = {true, true, true, false};  // a scratch file's planes, the dark frame's last
     SampleKind kind_ = SampleKind::U16;
     std::vector<std::uint64_t> strips_;  // direct
     std::uint32_t rowsPerStrip_ = 0;

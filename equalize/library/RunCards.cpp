@@ -21,7 +21,7 @@ std::unique_ptr<RunCards> RunCards::Open(const CorrectionModes& modes, const std
     for (std::size_t k = 0; k <= cards->cards_.size(); ++k)
         cards->groups_.push_back(std::make_unique<Group>());
     if (modes.cards.empty()) return cards;
-    const auto white = CardSource::Open(modes, {}, problem);
+    const auto white = CardSource::Open(modes, {}, problem, CardUse::Gains);
     if (!white) return nullptr;
     cards->groups_.back()->run = std::make_shared<CardRun>(white, amountToApply);
     return cards;
@@ -113,7 +113,7 @@ std::shared_ptr<const CardRun> RunCards::Take(std::size_t group, CardProblem& pr
     Group& g = *groups_[group];
     const std::lock_guard<std::mutex> hold(g.lock);
     if (!g.run && g.problem.verdict == CardVerdict::Accepted) {
-        if (const auto card = CardSource::Open(ModesOf(group), {}, g.problem))
+        if (const auto card = CardSource::Open(ModesOf(group), {}, g.problem, CardUse::Gains))
             g.run = std::make_shared<CardRun>(card, amount_);
     }
     problem = g.problem;
