@@ -55,8 +55,8 @@ struct Mode {
 struct Layout {
     const char* label;
     std::string tiffcp;  // how tiffcp remakes the file; empty: one strip in the other byte order
-    bool card = false;   // the card's files take the layout, the subject stays one plain strip
-    bool extras = false, tagged = false, planar = false;
+    bool planar = false, extras = false, tagged = false;
+    bool card = false;  // the card's files take the layout, the subject stays one plain strip
     const char* writer = nullptr;  // a file of tests/data/writers, card and subject alike
 };
 
@@ -267,32 +267,41 @@ TEST_P(Engine, DecodesToTheOneStripPixelsAndKeepsEveryTag) {
 }
 
 const Layout kLayouts[] = {
-    {"OneStripBigEndian", ""},
-    {"Strips", "-r 7"},
-    {"StripsLzw", "-r 16 -c lzw:2"},
-    {"TilesDeflate", "-t -w 32 -l 16 -c zip:2"},
-    {"PackBitsBigEndian", "-B -r 16 -c packbits"},
-    {"Tiles", "-t -w 16 -l 16"},
-    {"PlanarLzw", "-r 16 -c lzw", false, false, false, true},
-    {"ExtraSampleZstd", "-r 16 -c zstd", false, true},
-    {"BigTiff", "-8 -r 16"},
-    {"TaggedLzw", "-r 16 -c lzw:2", false, false, true},
-    {"CardLzw", "-r 16 -c lzw:2", true},
-    {"CardTilesDeflate", "-t -w 16 -l 16 -c zip", true},
+    {.label = "OneStripBigEndian"},
+    {.label = "Strips", .tiffcp = "-r 7"},
+    {.label = "StripsLzw", .tiffcp = "-r 16 -c lzw:2"},
+    {.label = "TilesDeflate", .tiffcp = "-t -w 32 -l 16 -c zip:2"},
+    {.label = "PackBitsBigEndian", .tiffcp = "-B -r 16 -c packbits"},
+    {.label = "Tiles", .tiffcp = "-t -w 16 -l 16"},
+    {.label = "PlanarLzw", .tiffcp = "-r 16 -c lzw", .planar = true},
+    {.label = "ExtraSampleZstd", .tiffcp = "-r 16 -c zstd", .extras = true},
+    {.label = "BigTiff", .tiffcp = "-8 -r 16"},
+    {.label = "TaggedLzw", .tiffcp = "-r 16 -c lzw:2", .tagged = true},
+    {.label = "CardLzw", .tiffcp = "-r 16 -c lzw:2", .card = true},
+    {.label = "CardTilesDeflate", .tiffcp = "-t -w 16 -l 16 -c zip", .card = true},
 };
 const Mode kModes[] = {
-    {"Default", {}},
-    {"Rgb", {"--channels", "rgb", "--amount", "70"}, true, false, false, 0.7},
-    {"CappedDarkened",
-     {"--max-gain", "1.25", "--darken", "--amount", "40"},
-     false,
-     true,
-     false,
-     0.4,
-     1.25},
-    {"Linear", {"--linear", "--channels", "rgb"}, true, false, true},
-    {"ShotsAndDark", {"--white", "@shot", "--dark", "@dark", "--channels", "rgb"}, true},
-    {"Smooth", {"--smooth", "3"}, false, false, false, 1.0, INFINITY, 3},
+    {.label = "Default"},
+    {.label = "Rgb", .args = {"--channels", "rgb", "--amount", "70"}, .rgb = true, .amount = 0.7},
+    {.label = "CappedDarkened",
+     .args = {"--max-gain", "1.25", "--darken", "--amount", "40"},
+     .darken = true,
+     .amount = 0.4,
+     .cap = 1.25},
+    {.label = "Linear", .args = {"--linear", "--channels", "rgb"}, .rgb = true, .linear = true},
+    {.label = "ShotsAndDark",
+     .args = {"--white", "@shot", "--dark", "@dark", "--channels", "rgb"},
+     .rgb = true},
+    {.label = "Smooth", .args = {"--smooth", "3"}, .smooth = 3},
+};
+const Layout kWriterFiles[] = {
+    {.label = "ImageMagickStrips", .writer = "imagemagick_strips"},
+    {.label = "ImageMagickLzwIcc", .writer = "imagemagick_lzw_icc"},
+    {.label = "ImageMagickZip", .writer = "imagemagick_zip"},
+    {.label = "Vips", .writer = "vips_copy"},
+    {.label = "VipsTilesLzw", .writer = "vips_tiles_lzw"},
+    {.label = "TifffilePlanar", .writer = "tifffile_planar"},
+    {.label = "TifffileInfrared", .writer = "tifffile_extra"},
 };
 const auto kName = [](const auto& info) {
     return std::string(std::get<0>(info.param).label) + "_" + std::get<1>(info.param).label + "_" +
@@ -302,19 +311,10 @@ INSTANTIATE_TEST_SUITE_P(Layouts, Engine,
                          ::testing::Combine(::testing::ValuesIn(kLayouts),
                                             ::testing::ValuesIn(kModes), ::testing::Values(8, 16)),
                          kName);
-INSTANTIATE_TEST_SUITE_P(
-    Writers, Engine,
-    ::testing::Combine(
-        ::testing::Values(
-            Layout{"ImageMagickStrips", "", false, false, false, "imagemagick_strips"},
-            Layout{"ImageMagickLzwIcc", "", false, false, false, "imagemagick_lzw_icc"},
-            Layout{"ImageMagickZip", "", false, false, false, "imagemagick_zip"},
-            Layout{"Vips", "", false, false, false, "vips_copy"},
-            Layout{"VipsTilesLzw", "", false, false, false, "vips_tiles_lzw"},
-            Layout{"TifffilePlanar", "", false, false, false, "tifffile_planar"},
-            Layout{"TifffileInfrared", "", false, false, false, "tifffile_extra"}),
-        ::testing::Values(kModes[0]), ::testing::Values(8, 16)),
-    kName);
+INSTANTIATE_TEST_SUITE_P(Writers, Engine,
+                         ::testing::Combine(::testing::ValuesIn(kWriterFiles),
+                                            ::testing::Values(kModes[0]), ::testing::Values(8, 16)),
+                         kName);
 
 // Strips too large to hold decoded (over LibtiffFile::kHeldChunk) are read and
 // written a row at a time, the subject's and the card's alike, and give the
