@@ -1,13 +1,24 @@
+// The window's press of Process (Batch) without a display: which rows it
+// takes, what it shows on the way, the marks it leaves, and that it writes
+// the command line's bytes on either road, also when a file stops short.
 #include <gtest/gtest.h>
 
 #include "BatchRig.h"
+#include "ChildProcess.h"
+#include "CliRun.h"
+#include "Exceptions.h"
 #include "FileHashes.h"
+#include "LibtiffFiles.h"
 #include "OutputFileName.h"
 #include "ReferenceEqualize.h"
+#include "ResultLines.h"
+#include "SubjectJob.h"
 
 using namespace testing_tiff;
 
 namespace {
+const std::string kProblem = "Problem writing equalized TIFF file.";
+
 TEST(OutputName, FollowsTheNameRule) {
     const std::pair<const char*, const char*> cases[] = {{"IMG.TIF", "IMG_eq.tif"},
                                                          {"photo.tiff", "photo_eq.tif"},
@@ -21,7 +32,9 @@ TEST(OutputName, FollowsTheNameRule) {
 
 // A cancelled folder dialog changes nothing. Then two good subjects (one
 // big-endian), one not ticked, one not a TIFF and one missing: the good ones
-// are written and checked, the rest passed over without a mark.
+// are written and checked, the rest passed over without a mark. Another
+// white card opened while the batch runs (the window stays live) changes
+// nothing of it.
 TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene(16, true)).bytes);
@@ -33,6 +46,7 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     EXPECT_FALSE(rig.host.processDisabled);
     EXPECT_FALSE(rig.state.EqualizationCompleted || rig.state.fequal);
     EXPECT_TRUE(rig.host.marks.empty());
+    rig.host.onPump = [&] { rig.state.Tiffb.reset(), rig.state.card.reset(); };
     rig.Press();
 
     EXPECT_EQ(rig.host.dialogs.folderPrompts.back(), "Select the folder for the equalized images");
@@ -41,46 +55,39 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     EXPECT_EQ(rig.host.marks,
               (std::map<std::int64_t, RowMark>{{0, RowMark::Check}, {4, RowMark::Check}}));
     EXPECT_TRUE(rig.host.dialogs.messages.empty());
-    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);  // a_eq.tif and e_eq.tif
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);
+    EXPECT_EQ(ReadFile(rig.OutputPath("e_eq.tif")),
+              ExpectedOutput(Scene(16, false), Card(), FullTarget(Card())));
     EXPECT_EQ(
         rig.host.statuses,
         (std::vector<std::string>{"Creating subject preview: a.tif", "Preparing file: a_eq.tif",
                                   "Saving file: a_eq.tif", "", "Creating subject preview: e.TIFF",
                                   "Preparing file: e_eq.tif", "Saving file: e_eq.tif", ""}));
-    EXPECT_FALSE(rig.host.progress.visibility.back());
     EXPECT_EQ(rig.host.resultRefreshes, 2);
     EXPECT_TRUE(rig.state.psubject);
 }
 
-// Pointing the save dialog at the subject itself never writes the subject.
+// Pointing the save dialog at the subject itself never writes the subject;
+// cancelling it ends the batch through the nil object handler, with an empty
+// errstr after a good open, and leaves the old output.
 TEST(Batch, SubjectIsNeverItsOwnOutput) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Scene()).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "old");
-    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif")};
+    WriteFile(rig.OutputPath("b_eq.tif"), "old");
+    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif"), ""};
     rig.Press();
     EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), BuildTiff(Scene()).bytes);
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), "old");
     EXPECT_TRUE(rig.host.marks.empty());
-    EXPECT_TRUE(rig.state.EqualizationCompleted);
-}
-
-// Another white card opened while the batch runs (the window stays live): the
-// batch keeps to the card its target level came from, for the file in work
-// and for the files after it.
-TEST(Batch, KeepsItsWhiteCardWhenAnotherIsOpened) {
-    BatchRig rig(Card(8));
-    for (const char* name : {"a.tif", "b.tif"}) rig.AddSubject(name, BuildTiff(Scene(8)).bytes);
-    rig.host.onPump = [&] { rig.state.Tiffb.reset(); };
-    rig.Press();
-    const std::string corrected = ExpectedOutput(Scene(8), Card(8), FullTarget(Card(8)));
-    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), corrected);
-    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), corrected);
-    EXPECT_TRUE(rig.host.dialogs.messages.empty());
+    EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
 }
 
 // The row pass as the window sees it: the bar counts rows from 0 and ends
 // hidden, events are pumped and the cancel asked once a row, and the result
-// preview shows the corrected rows, 16-bit samples divided by 257.
+// preview shows the corrected rows, 16-bit samples divided by 257. With
+// previews off the result picture is made anew but nothing is drawn in it.
 TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
     for (const int bits : {8, 16}) {
         BatchRig rig(Card(bits));
@@ -105,11 +112,6 @@ TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
                 ASSERT_EQ(preview.Pixel(x, y), RGB(show(s.r), show(s.g), show(s.b), 0));
             }
     }
-}
-
-// With previews off the result picture is made anew but nothing is drawn in
-// it, no subject preview is made and the result canvas isn't repainted.
-TEST(Batch, PreviewsOffDrawNothing) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     rig.host.showPreviews = false;
@@ -117,7 +119,138 @@ TEST(Batch, PreviewsOffDrawNothing) {
     EXPECT_EQ(rig.host.marks.at(0), RowMark::Check);
     EXPECT_FALSE(rig.state.psubject);
     EXPECT_EQ(rig.host.resultRefreshes, 0);
-    ASSERT_EQ(rig.state.presult->Width(), 6);
     for (std::int64_t x = 0; x < 6; ++x) EXPECT_EQ(rig.state.presult->Pixel(x, 0), RGB(0, 0, 0, 0));
+}
+
+enum class Fault { None, WriteFault, Cancel, Exception };
+
+// One subject through either front end. Rows tell what stands in the output:
+// -1 no output at all, otherwise how many of its rows are corrected (the rest
+// are the subject's own).
+struct Scenario {
+    const char* label;
+    int bits;
+    bool subjectLittle, cardLittle;
+    Fault fault;
+    std::string window;  // the list row: "Check", "Cross: <text>", "" (no mark) or a message
+    std::string line;    // brisavane-cli's line after "a.tif: "; OUT stands for the output
+    int windowRows, lineRows;
+};
+
+class BothFrontEnds : public ::testing::TestWithParam<std::tuple<Scenario, bool>> {};
+
+// Each front end runs in a child, so that a file size limit stays there, and
+// says what it showed; the files it left are looked at here.
+TEST_P(BothFrontEnds, WriteTheSameBytesAndTellTheirOwnWords) {
+    const auto& [s, window] = GetParam();
+    const TiffSpec card = Card(s.bits, s.cardLittle), subject = Scene(s.bits, s.subjectLittle);
+    BatchRig rig(card);
+    const BuiltTiff built = BuildTiff(subject);
+    rig.AddSubject("a.tif", built.bytes);
+    if (s.fault == Fault::Cancel) rig.host.cancelAfterPumps = 2;
+    if (s.fault == Fault::Exception)
+        rig.host.onPump = [&] {
+            if (rig.host.pumps == 2) throw IOException("the card's stream closed");
+        };
+    if (s.fault == Fault::WriteFault)
+        rig.host.onStatus = [&](const std::string& status) {
+            if (status.starts_with("Saving file: "))
+                LimitFileSize(built.imageOffset + built.bytesPerRow);
+        };
+    const ChildResult shown = InChild([&]() -> std::string {
+        if (!window) {
+            const CardRun card(rig.state.card, 1.0);
+            const JobSettings settings{card, FolderItem(rig.dir.Path() / "out"), false};
+            return ResultLine(EqualizeSubject(rig.SubjectPath("a.tif"), settings, rig.host, 0));
+        }
+        rig.Press();
+        if (!rig.host.dialogs.messages.empty()) return rig.host.dialogs.messages.front();
+        if (!rig.host.marks.contains(0)) return "";
+        return rig.host.marks[0] == RowMark::Check ? "Check" : "Cross: " + rig.Message(0);
+    });
+    std::string line = "a.tif: " + s.line;
+    if (line.ends_with("OUT")) line.replace(line.size() - 3, 3, rig.OutputPath("a_eq.tif"));
+    EXPECT_EQ(shown.out, window ? s.window : line);
+
+    EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), built.bytes);
+    const int rows = window ? s.windowRows : s.lineRows;
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), rows < 0 ? 0u : 1u);
+    if (rows < 0) return;
+    const std::size_t split = built.imageOffset + rows * built.bytesPerRow;
+    std::string rest = built.bytes.substr(split);
+    // The window writes its rows once: rows that a file size limit lowered
+    // after the copy was made keeps out of the file are empty there.
+    if (window && s.fault == Fault::WriteFault)
+        rest.replace(0, (subject.height - rows) * built.bytesPerRow,
+                     (subject.height - rows) * built.bytesPerRow, '\0');
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")),
+              ExpectedOutput(subject, card, FullTarget(card)).substr(0, split) + rest);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scenarios, BothFrontEnds,
+    ::testing::Combine(
+        ::testing::Values(Scenario{"LittleEightBigCard", 8, true, false, Fault::None, "Check",
+                                   "written OUT", 4, 4},
+                          Scenario{"BigSixteenLittleCard", 16, false, true, Fault::None, "Check",
+                                   "written OUT", 4, 4},
+                          Scenario{"WriteFault", 16, false, true, Fault::WriteFault,
+                                   "Cross: " + kProblem, "failed: " + kProblem, 1, -1},
+                          Scenario{"Cancel", 8, true, false, Fault::Cancel, "",
+                                   "failed: " + kProblem, 2, -1},
+                          Scenario{"Exception", 16, true, false, Fault::Exception,
+                                   "IOException: ", "failed: the card's stream closed", 2, -1}),
+        ::testing::Bool()),
+    [](const auto& info) {
+        return std::string(std::get<0>(info.param).label) +
+               (std::get<1>(info.param) ? "Window" : "CommandLine");
+    });
+
+// A compressed subject takes the libtiff road in the window too: Check, the
+// subject's preview from its decoded rows, and the command line's bytes.
+// Stopped after ten rows, the output holds the strips of four rows written so
+// far and the subject's own after them, and the row has no mark. A write
+// that fails crosses the row with the write problem's words.
+TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
+    TiffSpec card = SpecOf(40, 30, 16, true), scene = Scene();
+    card.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{9, static_cast<std::uint16_t>(64000 - (x + y) * 500), 9};
+    };
+    scene.width = 40, scene.height = 30;
+    BatchRig rig(card);
+    WriteTiff(rig.dir / "plain.tif", scene);
+    ASSERT_EQ(std::system(("tiffcp -r 4 -c lzw " + (rig.dir / "plain.tif").string() + " " +
+                           rig.SubjectPath("t.tif"))
+                              .c_str()),
+              0);
+    rig.host.rows.push_back({true, "t.tif"});
+    const CliRun cli = Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "subjects",
+                                 rig.SubjectPath("t.tif")});
+    ASSERT_EQ(cli.code, 0) << cli.out;
+    rig.Press();
+    EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
+    EXPECT_EQ(ReadFile(rig.OutputPath("t_eq.tif")), ReadFile(rig.SubjectPath("t_eq.tif")));
+    ASSERT_TRUE(rig.state.psubject);
+    EXPECT_EQ(rig.state.psubject->Width(), 40);
+
+    rig.host.marks.clear();
+    rig.host.cancelAfterPumps = rig.host.pumps + 10;
+    std::filesystem::create_directories(rig.dir / "stopped");
+    rig.Press(rig.dir / "stopped");
+    EXPECT_TRUE(rig.host.marks.empty());
+    const Decoded stopped = Decode(rig.dir / "stopped/t_eq.tif");
+    EXPECT_EQ(stopped.Colours(0, 8), Decode(rig.SubjectPath("t_eq.tif")).Colours(0, 8));
+    EXPECT_EQ(stopped.Colours(8), Decode(rig.SubjectPath("t.tif")).Colours(8));
+
+    rig.host.cancelAfterPumps = -1;
+    rig.host.onStatus = [](const std::string& status) {
+        if (status.starts_with("Saving file: ")) LimitFileSize(1);
+    };
+    std::filesystem::create_directories(rig.dir / "limited");
+    const ChildResult limited = InChild([&] {
+        rig.Press(rig.dir / "limited");
+        return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+    });
+    EXPECT_EQ(limited.out, "1" + kProblem);
 }
 }  // namespace

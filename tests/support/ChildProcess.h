@@ -40,6 +40,10 @@ inline ChildResult WaitForChild(pid_t pid, int outFd) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
 }
 
+// Coverage builds write their counts when the program ends, which a child
+// leaving through _Exit would skip.
+extern "C" void __gcov_dump() __attribute__((weak));
+
 // Starts a child whose standard output comes back through the returned pipe
 // end; body runs in the child, which then ends with the code it returns.
 inline pid_t StartChild(const std::function<int()>& body, int& outFd) {
@@ -51,7 +55,9 @@ inline pid_t StartChild(const std::function<int()>& body, int& outFd) {
         ::close(fds[0]);
         ::dup2(fds[1], STDOUT_FILENO);
         ::close(fds[1]);
-        std::_Exit(body());
+        const int code = body();
+        if (__gcov_dump) __gcov_dump();
+        std::_Exit(code);
     }
     ::close(fds[1]);
     outFd = fds[0];

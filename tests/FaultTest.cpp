@@ -1,0 +1,272 @@
+// What the outside world does to a run: writes that really fail (a file size
+// limit in a child process, a small file system in memory that fills up, one
+// that takes no writes, a place that doesn't exist), a stop or a signal in
+// the middle, and special files where files are expected. Each file that
+// fails ends with Cross and the write problem's words (a failed line in
+// brisavane-cli), the next one is still written, and no subject changes.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include "BatchRig.h"
+#include "ChildProcess.h"
+#include "CliRun.h"
+#include "FakeWhiteCardHost.h"
+#include "FileHashes.h"
+#include "ReferenceEqualize.h"
+#include "TmpfsMount.h"
+#include "WhiteCardWorkflow.h"
+
+using namespace testing_tiff;
+
+namespace {
+namespace fs = std::filesystem;
+constexpr const char* kProblem = "Problem writing equalized TIFF file.";
+
+// A subject with its bytes on both sides of the pixel rows: a profile in front
+// (which makes the big one big) and bytes behind them.
+TiffSpec Subject(std::size_t profileBytes, bool little = true) {
+    TiffSpec s = Scene(16, little);
+    s.iccProfile = std::string(profileBytes, '\x11');
+    s.trailer = std::string(300, '\x22');
+    return s;
+}
+
+std::string Expected(const TiffSpec& subject) {
+    return ExpectedOutput(subject, Card(), FullTarget(Card()));
+}
+
+// The marks and texts of a batch, one line a row: "0 Cross Problem ...".
+std::string Outcome(const BatchRig& rig) {
+    std::string lines;
+    for (const auto& [row, mark] : rig.host.marks)
+        lines += std::to_string(row) + (mark == RowMark::Check ? " Check " : " Cross ") +
+                 rig.Message(static_cast<std::size_t>(row)) + "\n";
+    return lines;
+}
+
+// A big subject, then a small one that the limit lets through: the limit
+// stands in the big one's profile (its copy fails before the pixel rows) or
+// before its trailer (the copy holds every row, only its tail is lost). The
+// window's batch in a child process, then the real program in one.
+TEST(FileSizeLimit, CrossOrFailedLineThenTheNextFile) {
+    for (const bool inTheProfile : {true, false}) {
+        BatchRig rig;
+        const TiffSpec big = Subject(4000), small = Subject(0, false);
+        const BuiltTiff built = BuildTiff(big);
+        rig.AddSubject("big.tif", built.bytes);
+        rig.AddSubject("small.tif", BuildTiff(small).bytes);
+        const auto subjects = HashFolder(rig.dir.Path() / "subjects");
+        const rlim_t limit = inTheProfile ? built.imageOffset / 2
+                                          : built.imageOffset + built.bytesPerRow * big.height;
+        const ChildResult child = InChild([&] {
+            LimitFileSize(limit);
+            rig.Press();
+            return Outcome(rig);
+        });
+        EXPECT_EQ(child.out, "0 Cross " + std::string(kProblem) + "\n1 Check \n");
+        EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
+
+        for (const char* name : {"big_eq.tif", "small_eq.tif"}) fs::remove(rig.OutputPath(name));
+        const ChildResult run =
+            RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif", "--output",
+                        rig.dir / "out", rig.SubjectPath("big.tif"), rig.SubjectPath("small.tif")},
+                       [limit] { LimitFileSize(limit); });
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.out, std::string("big.tif: failed: ") + kProblem + "\nsmall.tif: written " +
+                               rig.OutputPath("small_eq.tif") + "\n");
+        EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
+        EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 1u);
+        EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+    }
+}
+
+// A small file system that the big subject's copy fills, or one that takes no
+// writes at all (every file fails). The window's batch keeps what a failed
+// file left (as after any write error), so a full disk stays full for the
+// file after it; brisavane-cli removes its temporary, so the file after it
+// fits again. It runs one job at a time: two copies in work at once on a disk
+// this small would, by chance, leave no room for each other.
+TEST(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsWhatCouldNot) {
+    for (const bool readOnly : {false, true}) {
+        BatchRig rig;
+        const TiffSpec small = Subject(0), big = Subject(60000, false);
+        for (const auto& [name, image] :
+             {std::pair{"a_small.tif", small}, {"b_big.tif", big}, {"c_small.tif", small}})
+            rig.AddSubject(name, BuildTiff(image).bytes);
+        const TmpfsMount disk(rig.dir.Path() / "out", "size=16k", readOnly);
+        if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+        const auto subjects = HashFolder(rig.dir.Path() / "subjects");
+        rig.Press();
+        const std::string crossed = std::string(" Cross ") + kProblem + "\n";
+        EXPECT_EQ(Outcome(rig),
+                  (readOnly ? "0" + crossed : "0 Check \n") + "1" + crossed + "2" + crossed);
+        EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), readOnly ? "" : Expected(small));
+        for (const auto& entry : fs::directory_iterator(rig.dir.Path() / "out"))
+            fs::remove(entry.path());
+
+        const ChildResult run =
+            RunProgram({BRISAVANE_CLI, "equalize", "--jobs", "1", "--white", rig.dir / "white.tif",
+                        "--output", rig.dir / "out", rig.dir / "subjects"});
+        const auto line = [&](const std::string& name) {
+            return name + ".tif: " +
+                   (readOnly ? std::string("failed: ") + kProblem
+                             : "written " + rig.OutputPath(name + "_eq.tif")) +
+                   "\n";
+        };
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.out,
+                  line("a_small") + "b_big.tif: failed: " + kProblem + "\n" + line("c_small"));
+        EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), readOnly ? "" : Expected(small));
+        EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), readOnly ? 0u : 2u);
+        EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
+    }
+}
+
+// The save dialog (for an output that exists) pointed into a folder that
+// isn't there: that file can't be written, the next one is.
+TEST(UnwritablePlace, CrossThenTheNextFile) {
+    BatchRig rig;
+    rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
+    WriteFile(rig.OutputPath("a_eq.tif"), "an earlier output");
+    rig.host.dialogs.saveAnswers = {rig.dir.Path() / "gone" / "a.tif"};
+    rig.Press();
+    EXPECT_EQ(Outcome(rig), "0 Cross " + std::string(kProblem) + "\n1 Check \n");
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), Expected(Subject(0, false)));
+    EXPECT_EQ(rig.host.statuses.back(), "");
+}
+
+// The window writing into the subjects' own folder, stopped in the third
+// subject (whose name already ends in _eq): every subject keeps every byte.
+TEST(NothingLost, SubjectsKeepEveryByteWhenTheBatchStops) {
+    BatchRig rig;
+    const fs::path subjects = rig.dir.Path() / "subjects";
+    for (const char* name : {"a.tif", "b.TIF", "c_eq.tif", "d.tif"})
+        rig.AddSubject(name, BuildTiff(Subject(0, name[0] != 'b')).bytes);
+    rig.host.cancelAfterPumps = 4 + 4 + 2;
+    const auto before = HashFolder(subjects);
+    rig.Press(subjects);
+    auto after = HashFolder(subjects);
+    std::erase_if(after, [&](const auto& file) { return !before.contains(file.first); });
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(ReadFile((subjects / "a_eq.tif").string()), Expected(Subject(0)));
+    EXPECT_EQ(rig.host.marks.size(), 2u);
+}
+
+// brisavane-cli writing into the subjects' own folder, ended by a signal as
+// soon as one file is done and others are in work: the subjects are whole, a
+// file under an output's final name is a whole output, and nothing else is
+// left. On a file system that makes files without names even SIGKILL leaves
+// nothing; where a file system can't (stood for by a library that refuses
+// such files), the hidden files go with SIGTERM and SIGINT.
+TEST(NothingLost, OnlySubjectsAndWholeOutputsStayAfterASignal) {
+    constexpr std::uint32_t kWidth = 1500, kHeight = 1000;  // 9 MB a file
+    TiffSpec card = SpecOf(kWidth, kHeight, 16, false);
+    card.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{5, static_cast<std::uint16_t>(60000 - (x * 7 + y * 11) % 20000), 5};
+    };
+    const auto subject = [&](const std::string& name) {
+        TiffSpec s = Scene(16, name != "b.tif");
+        s.width = kWidth, s.height = kHeight;
+        return s;
+    };
+    const struct {
+        int signal;
+        bool named;
+    } endings[] = {{SIGKILL, false}, {SIGTERM, true}, {SIGINT, true}};
+    for (const auto& [signal, named] : endings) {
+        SCOPED_TRACE(signal);
+        BatchRig rig(card);
+        const std::vector<std::string> names = {"a.tif", "b.tif", "c.tif", "d.tif"};
+        for (const std::string& name : names) rig.AddSubject(name, BuildTiff(subject(name)).bytes);
+        const fs::path folder = rig.dir.Path() / "subjects";
+        const auto before = HashFolder(folder);
+        std::vector<std::string> argv = {
+            BRISAVANE_CLI, "equalize",      "--white", rig.dir / "white.tif",
+            "--output",    folder.string(), "--jobs",  "2"};
+        for (const std::string& name : names) argv.push_back(rig.SubjectPath(name));
+        int out = -1;
+        const pid_t pid = StartProgram(argv, out, [named] {
+            if (!named) return;
+            ::setenv("LD_PRELOAD", BRISAVANE_NO_TMPFILE, 1);
+            ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        });
+        ASSERT_GT(pid, 0);
+        char first = 0;
+        while (::read(out, &first, 1) == 1 && first != '\n') {
+        }
+        ::kill(pid, signal);
+        const ChildResult ended = WaitForChild(pid, out);
+        ASSERT_EQ(ended.exitCode, -1) << "the program ended before the signal";
+        for (const auto& [name, hash] : HashFolder(folder)) {
+            if (before.count(name)) {
+                EXPECT_EQ(hash, before.at(name)) << name;
+                continue;
+            }
+            ASSERT_TRUE(name.ends_with("_eq.tif")) << name << " was left";
+            const std::string of = name.substr(0, name.find("_eq.tif")) + ".tif";
+            EXPECT_EQ(ReadFile((folder / name).string()),
+                      ExpectedOutput(subject(of), card, 60000.0))
+                << name;
+        }
+    }
+}
+
+// Where a file is expected, a named pipe, a socket or a device named like a
+// TIFF is turned away at once, in each front end's words for a file that
+// can't be opened (an alarm fails the test rather than let it hang).
+enum class Special { Pipe, Socket, Device };
+
+class SpecialFile : public ::testing::TestWithParam<Special> {};
+
+TEST_P(SpecialFile, IsNeverOpened) {
+    BatchRig rig(Card(8, true));
+    const std::string path = rig.SubjectPath("x.tif"), output = rig.OutputPath("a_eq.tif");
+    std::vector<int> sockets;
+    for (const std::string& at : {path, output}) {
+        if (GetParam() == Special::Pipe) {
+            ASSERT_EQ(::mkfifo(at.c_str(), 0600), 0);
+        }
+        // two devices, so that the output doesn't resolve to the subject
+        if (GetParam() == Special::Device)
+            fs::create_symlink(at == path ? "/dev/zero" : "/dev/full", at);
+        if (GetParam() != Special::Socket) continue;
+        sockaddr_un address{AF_UNIX, {}};
+        at.copy(address.sun_path, sizeof address.sun_path - 1);
+        sockets.push_back(::socket(AF_UNIX, SOCK_STREAM, 0));
+        ASSERT_EQ(::bind(sockets.back(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    }
+    rig.host.rows.push_back({true, "x.tif"});
+    rig.AddSubject("a.tif", BuildTiff(Scene(8, true)).bytes);
+    rig.host.dialogs.saveAnswers = {output};
+    ::alarm(60);
+
+    WindowState state;
+    FakeWhiteCardHost white;
+    white.dialogs.openAnswers.push_back(path);
+    OpenWhiteCard(state, white);
+    EXPECT_EQ(white.dialogs.messages, std::vector<std::string>{"Error: "});
+    const CliRun analyze = Analyze({path}), info = Info({path});
+    EXPECT_EQ(analyze.code + info.code, 4);
+    EXPECT_EQ(analyze.err + info.err, "Error: The white card file can't be opened: " + path +
+                                          "\nError: The file can't be opened: " + path + "\n");
+    rig.Press();  // x.tif ends the batch
+    EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
+    rig.host.rows.erase(rig.host.rows.begin());
+    rig.Press();  // a.tif's output is the special file
+    EXPECT_TRUE(rig.host.marks.empty());
+    const CliRun run = Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "out",
+                                 "--overwrite", path, rig.SubjectPath("a.tif")});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out, "x.tif: skipped: the file can't be opened\na.tif: failed: " +
+                           std::string(kProblem) + "\n");
+    ::alarm(0);
+    for (const int fd : sockets) ::close(fd);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, SpecialFile,
+                         ::testing::Values(Special::Pipe, Special::Socket, Special::Device));
+}  // namespace
