@@ -42,7 +42,14 @@ inline ChildResult WaitForChild(pid_t pid, int outFd) {
 
 // Coverage builds write their counts when the program ends, which a child
 // leaving through _Exit would skip.
-extern "C" void __gcov_dump() __attribute__((weak));
+#ifdef BRISAVANE_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+inline void WriteCoverageCounts() {
+#ifdef BRISAVANE_COVERAGE
+    __gcov_dump();
+#endif
+}
 
 // Starts a child whose standard output comes back through the returned pipe
 // end; body runs in the child, which then ends with the code it returns.
@@ -56,7 +63,7 @@ inline pid_t StartChild(const std::function<int()>& body, int& outFd) {
         ::dup2(fds[1], STDOUT_FILENO);
         ::close(fds[1]);
         const int code = body();
-        if (__gcov_dump) __gcov_dump();
+        WriteCoverageCounts();
         std::_Exit(code);
     }
     ::close(fds[1]);
