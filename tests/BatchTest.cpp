@@ -177,51 +177,57 @@ TEST(Batch, StopsShort) {
     }
 }
 
-// A compressed subject takes the libtiff road in the window too: Check, the
-// subject's preview from its decoded rows, and the command line's bytes.
-// Stopped after ten rows, the output holds the strips of four rows written so
-// far and the subject's own after them, and the row has no mark. A write
-// that fails crosses the row with the write problem's words.
+// Subjects of other layouts take the libtiff road in the window too: Check,
+// the subject's preview from its decoded rows, and the command line's bytes.
+// Stopped after ten rows, the output holds the rows written so far (each row
+// of uncompressed strips, whole strips of four rows, no tile of sixteen) and
+// the subject's own after them, and the row has no mark. A write that fails
+// crosses the row with the write problem's words.
 TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
     TiffSpec card = SpecOf(40, 30, 16, true), scene = Scene();
     card.pixel = [](std::uint32_t x, std::uint32_t y) {
         return Rgb{9, static_cast<std::uint16_t>(64000 - (x + y) * 500), 9};
     };
     scene.width = 40, scene.height = 30;
-    BatchRig rig(card);
-    WriteTiff(rig.dir / "plain.tif", scene);
-    ASSERT_EQ(std::system(("tiffcp -r 4 -c lzw " + (rig.dir / "plain.tif").string() + " " +
-                           rig.SubjectPath("t.tif"))
-                              .c_str()),
-              0);
-    rig.host.rows.push_back({true, "t.tif"});
-    const CliRun cli = Equalize({"--white", rig.dir / "white.tif", "--output", rig.dir / "subjects",
-                                 rig.SubjectPath("t.tif")});
-    ASSERT_EQ(cli.code, 0) << cli.out;
-    rig.Press();
-    EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
-    EXPECT_EQ(ReadFile(rig.OutputPath("t_eq.tif")), ReadFile(rig.SubjectPath("t_eq.tif")));
-    ASSERT_TRUE(rig.state.psubject);
-    EXPECT_EQ(rig.state.psubject->Width(), 40);
+    for (const auto& [layout, written] :
+         {std::pair{"-r 4", 10u}, {"-r 4 -c lzw", 8u}, {"-t -w 16 -l 16 -c zip", 0u}}) {
+        SCOPED_TRACE(layout);
+        BatchRig rig(card);
+        WriteTiff(rig.dir / "plain.tif", scene);
+        ASSERT_EQ(std::system(("tiffcp " + std::string(layout) + " " +
+                               (rig.dir / "plain.tif").string() + " " + rig.SubjectPath("t.tif"))
+                                  .c_str()),
+                  0);
+        rig.host.rows.push_back({true, "t.tif"});
+        const CliRun cli = Equalize({"--white", rig.dir / "white.tif", "--output",
+                                     rig.dir / "subjects", rig.SubjectPath("t.tif")});
+        ASSERT_EQ(cli.code, 0) << cli.out;
+        rig.Press();
+        EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
+        EXPECT_EQ(ReadFile(rig.OutputPath("t_eq.tif")), ReadFile(rig.SubjectPath("t_eq.tif")));
+        ASSERT_TRUE(rig.state.psubject);
+        EXPECT_EQ(rig.state.psubject->Width(), 40);
 
-    rig.host.marks.clear();
-    rig.host.cancelAfterPumps = rig.host.pumps + 10;
-    std::filesystem::create_directories(rig.dir / "stopped");
-    rig.Press(rig.dir / "stopped");
-    EXPECT_TRUE(rig.host.marks.empty());
-    const Decoded stopped = Decode(rig.dir / "stopped/t_eq.tif");
-    EXPECT_EQ(stopped.Colours(0, 8), Decode(rig.SubjectPath("t_eq.tif")).Colours(0, 8));
-    EXPECT_EQ(stopped.Colours(8), Decode(rig.SubjectPath("t.tif")).Colours(8));
+        rig.host.marks.clear();
+        rig.host.cancelAfterPumps = rig.host.pumps + 10;
+        std::filesystem::create_directories(rig.dir / "stopped");
+        rig.Press(rig.dir / "stopped");
+        EXPECT_TRUE(rig.host.marks.empty());
+        const Decoded stopped = Decode(rig.dir / "stopped/t_eq.tif");
+        EXPECT_EQ(stopped.Colours(0, written),
+                  Decode(rig.SubjectPath("t_eq.tif")).Colours(0, written));
+        EXPECT_EQ(stopped.Colours(written), Decode(rig.SubjectPath("t.tif")).Colours(written));
 
-    rig.host.cancelAfterPumps = -1;
-    rig.host.onStatus = [](const std::string& status) {
-        if (status.starts_with("Saving file: ")) LimitFileSize(1);
-    };
-    std::filesystem::create_directories(rig.dir / "limited");
-    const ChildResult limited = InChild([&] {
-        rig.Press(rig.dir / "limited");
-        return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
-    });
-    EXPECT_EQ(limited.out, "1" + kProblem);
+        rig.host.cancelAfterPumps = -1;
+        rig.host.onStatus = [](const std::string& status) {
+            if (status.starts_with("Saving file: ")) LimitFileSize(1);
+        };
+        std::filesystem::create_directories(rig.dir / "limited");
+        const ChildResult limited = InChild([&] {
+            rig.Press(rig.dir / "limited");
+            return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+        });
+        EXPECT_EQ(limited.out, "1" + kProblem);
+    }
 }
 }  // namespace

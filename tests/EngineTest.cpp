@@ -2,7 +2,7 @@
 // under every mode: each output decodes to the pixels the same files give in
 // one plain strip, which are the values worked out here from the modes'
 // definitions, and keeps every tag. Layouts are made by tiffcp (libtiff's API
-// adds tags it can't keep out) or come from other writers (tests/data/writers).
+// adds tags it can't keep out).
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
@@ -19,7 +19,6 @@
 
 namespace {
 namespace fs = std::filesystem;
-const fs::path kWriters = fs::path(BRISAVANE_TEST_DATA) / "writers";
 
 void Shell(const std::string& command) {
     EXPECT_EQ(std::system(command.c_str()), 0) << command;
@@ -57,7 +56,6 @@ struct Layout {
     std::string tiffcp;  // how tiffcp remakes the file; empty: one strip in the other byte order
     bool planar = false, extras = false, tagged = false;
     bool card = false;  // the card's files take the layout, the subject stays one plain strip
-    const char* writer = nullptr;  // a file of tests/data/writers, card and subject alike
 };
 
 // sRGB's ICC profile, which every file of a --linear run carries.
@@ -221,28 +219,15 @@ class Engine : public ::testing::TestWithParam<std::tuple<Layout, Mode, int>> {
 TEST_P(Engine, DecodesToTheOneStripPixelsAndKeepsEveryTag) {
     fs::path card = Write("card.tif", Card), shot = Write("shot.tif", Shot),
              dark = Write("dark.tif", Dark), subject = Write("subject.tif", Subject);
-    const fs::path writer = kWriters / (std::string(layout.writer ? layout.writer : "") + "_" +
-                                        std::to_string(bits) + ".tif");
-    if (layout.writer) {  // its colour samples in one plain strip, as card and subject
-        const Decoded image = Decode(writer);
-        const std::vector<std::uint8_t> colours = image.Colours();
-        WriteWithLibtiff(
-            subject, {image.width, image.height, image.bits, 3, PHOTOMETRIC_RGB, false, colours});
-        card = subject;
-    }
     const std::string plainLine = Run(card, shot, dark, subject, "plain");
     const Decoded plain = Decode(dir / "plain/subject_eq.tif");
-    if (!layout.writer) {
-        std::string note;
-        const std::vector<std::uint16_t> want = Expected(note);
-        EXPECT_EQ(plain.pixels, ImageOfSamples(kW, kH, bits, want).pixels);
-        EXPECT_TRUE(plainLine.ends_with("subject_eq.tif" + note + "\n")) << plainLine;
-    }
+    std::string note;
+    const std::vector<std::uint16_t> want = Expected(note);
+    EXPECT_EQ(plain.pixels, ImageOfSamples(kW, kH, bits, want).pixels);
+    EXPECT_TRUE(plainLine.ends_with("subject_eq.tif" + note + "\n")) << plainLine;
 
     fs::path input = subject;
-    if (layout.writer)
-        input = writer;
-    else if (layout.card)
+    if (layout.card)
         card = Remade(card, "c.tif"), shot = Remade(shot, "s.tif"), dark = Remade(dark, "d.tif");
     else if (layout.tiffcp.empty())
         input = Write("in.tif", Subject, 0, true);
@@ -294,15 +279,6 @@ const Mode kModes[] = {
      .rgb = true},
     {.label = "Smooth", .args = {"--smooth", "3"}, .smooth = 3},
 };
-const Layout kWriterFiles[] = {
-    {.label = "ImageMagickStrips", .writer = "imagemagick_strips"},
-    {.label = "ImageMagickLzwIcc", .writer = "imagemagick_lzw_icc"},
-    {.label = "ImageMagickZip", .writer = "imagemagick_zip"},
-    {.label = "Vips", .writer = "vips_copy"},
-    {.label = "VipsTilesLzw", .writer = "vips_tiles_lzw"},
-    {.label = "TifffilePlanar", .writer = "tifffile_planar"},
-    {.label = "TifffileInfrared", .writer = "tifffile_extra"},
-};
 const auto kName = [](const auto& info) {
     return std::string(std::get<0>(info.param).label) + "_" + std::get<1>(info.param).label + "_" +
            std::to_string(std::get<2>(info.param));
@@ -311,11 +287,6 @@ INSTANTIATE_TEST_SUITE_P(Layouts, Engine,
                          ::testing::Combine(::testing::ValuesIn(kLayouts),
                                             ::testing::ValuesIn(kModes), ::testing::Values(8, 16)),
                          kName);
-INSTANTIATE_TEST_SUITE_P(Writers, Engine,
-                         ::testing::Combine(::testing::ValuesIn(kWriterFiles),
-                                            ::testing::Values(kModes[0]), ::testing::Values(8, 16)),
-                         kName);
-
 // Strips too large to hold decoded (over LibtiffFile::kHeldChunk) are read and
 // written a row at a time, the subject's and the card's alike, and give the
 // pixels of the same files in plain strips.
