@@ -3,6 +3,8 @@
 // the command line's bytes on either road, also when a file stops short.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "BatchRig.h"
 #include "ChildProcess.h"
 #include "CliRun.h"
@@ -178,7 +180,8 @@ TEST(Batch, StopsShort) {
 }
 
 // Subjects of other layouts take the libtiff road in the window too: Check,
-// the subject's preview from its decoded rows, and the command line's bytes.
+// the previews from the decoded rows, and the command line's bytes. The
+// subject is flat, so that its corrected strips grow and go to the end.
 // Stopped after ten rows, the output holds the rows written so far (each row
 // of uncompressed strips, whole strips of four rows, no tile of sixteen) and
 // the subject's own after them, and the row has no mark. A write that fails
@@ -189,6 +192,7 @@ TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
         return Rgb{9, static_cast<std::uint16_t>(64000 - (x + y) * 500), 9};
     };
     scene.width = 40, scene.height = 30;
+    scene.pixel = [](std::uint32_t, std::uint32_t) { return Rgb{1000, 30000, 50000}; };
     for (const auto& [layout, written] :
          {std::pair{"-r 4", 10u}, {"-r 4 -c lzw", 8u}, {"-t -w 16 -l 16 -c zip", 0u}}) {
         SCOPED_TRACE(layout);
@@ -206,7 +210,18 @@ TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
         EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
         EXPECT_EQ(ReadFile(rig.OutputPath("t_eq.tif")), ReadFile(rig.SubjectPath("t_eq.tif")));
         ASSERT_TRUE(rig.state.psubject);
-        EXPECT_EQ(rig.state.psubject->Width(), 40);
+        EXPECT_EQ(rig.state.psubject->Pixel(39, 29), RGB(3, 116, 194, 0));
+        const Decoded output = Decode(rig.OutputPath("t_eq.tif"));
+        for (std::uint32_t y = 0; y < 30; ++y)
+            for (std::uint32_t x = 0; x < 40; ++x) {
+                const auto at = [&](int c) {
+                    std::uint16_t v;
+                    std::memcpy(&v, &output.pixels[output.At(x, y, c)], 2);
+                    return v / 257u;
+                };
+                ASSERT_EQ(rig.state.presult->Pixel(x, y), RGB(at(0), at(1), at(2), 0))
+                    << x << "," << y;
+            }
 
         rig.host.marks.clear();
         rig.host.cancelAfterPumps = rig.host.pumps + 10;
@@ -229,5 +244,38 @@ TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
         });
         EXPECT_EQ(limited.out, "1" + kProblem);
     }
+}
+// A strip too large to hold (over LibtiffFile::kHeldChunk decoded), stopped
+// after a few rows, leaves the output the subject's own bytes, its directory
+// too, and no mark; a write that fails crosses the row.
+TEST(BatchLibtiffRoad, StripTooLargeToHoldStopsAsTheSubject) {
+    TiffSpec card = SpecOf(1600, 1750, 16, true), scene = card;
+    card.pixel = [](std::uint32_t x, std::uint32_t) {
+        return Rgb{9, static_cast<std::uint16_t>(60000 - x * 9), 9};
+    };
+    scene.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{static_cast<std::uint16_t>(x * 40), static_cast<std::uint16_t>(y * 30), 500};
+    };
+    BatchRig rig(card);
+    WriteTiff(rig.dir / "plain.tif", scene);
+    ASSERT_EQ(std::system(("tiffcp -c lzw -r 1750 " + (rig.dir / "plain.tif").string() + " " +
+                           rig.SubjectPath("big.tif"))
+                              .c_str()),
+              0);
+    rig.host.rows.push_back({true, "big.tif"});
+    rig.host.cancelAfterPumps = 3;
+    rig.Press();
+    EXPECT_TRUE(rig.host.marks.empty());
+    EXPECT_EQ(ReadFile(rig.OutputPath("big_eq.tif")), ReadFile(rig.SubjectPath("big.tif")));
+    rig.host.cancelAfterPumps = -1;
+    rig.host.onStatus = [](const std::string& status) {
+        if (status.starts_with("Saving file: ")) LimitFileSize(1);
+    };
+    std::filesystem::create_directories(rig.dir / "limited");
+    const ChildResult limited = InChild([&] {
+        rig.Press(rig.dir / "limited");
+        return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+    });
+    EXPECT_EQ(limited.out, "1" + kProblem);
 }
 }  // namespace

@@ -136,6 +136,24 @@ TEST(CliWords, InfoPrintsTheRecord) {
                   "bits, 0 extra\n  BigTIFF: no\n  ByteOrder: little-endian\n  Tags: 256 257 "
                   "258 259 262 273 277 278 279 284\n  Equalized: as one plain strip, streamed "
                   "where its rows stand\n");
+    TempFolder dir;
+    const std::string tiled = dir / "tiled.tif";
+    ASSERT_EQ(std::system(("tiffcp -8 -B -t -w 16 -l 16 -c lzw:2 -p separate " +
+                           std::string(BRISAVANE_SAMPLES) + "/white_card_8bit.tif " + tiled)
+                              .c_str()),
+              0);
+    const CliRun big = Info({tiled});
+    EXPECT_EQ(big.code, 2);
+    EXPECT_EQ(big.err, "Not a valid TIFF file.\n");
+    EXPECT_EQ(big.out,
+              "libtiff:\n  Layout: tiles of 16 x 16\n  Planar: separate\n  Compression: 5\n"
+              "  Predictor: 2\n  Samples: 3 of 8 bits, 0 extra\n  BigTIFF: yes\n  ByteOrder: "
+              "big-endian\n  Tags: 256 257 258 259 262 274 277 284 317 322 323 324 325\n  "
+              "Equalized: through libtiff\n");
+    WriteWithLibtiff(dir / "grey.tif", {2, 2, 8, 1, PHOTOMETRIC_MINISBLACK, false, {1, 2, 3, 4}});
+    const std::string grey = Info({dir / "grey.tif"}).out;
+    EXPECT_EQ(grey.substr(grey.find("  Equalized")),
+              "  Equalized: refused: this is a greyscale TIFF: only RGB can be equalized\n");
 }
 
 // The real program on a folder: its .tif, .tiff and .jfx files in name order,

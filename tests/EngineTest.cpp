@@ -15,6 +15,7 @@
 #include "ReferenceEqualize.h"
 #include "SavedProfile.h"
 #include "TempFolder.h"
+#include "TmpfsMount.h"
 #include "ToneCurves.h"
 
 namespace {
@@ -209,7 +210,7 @@ class Engine : public ::testing::TestWithParam<std::tuple<Layout, Mode, int>> {
         }
         char text[64] = "";
         if (capped > 0)
-            std::snprintf(text, sizeof text, " (gain capped on %.1f %% of pixels)",
+            std::snprintf(text, sizeof text, "gain capped on %.1f %% of pixels",
                           100.0 * capped / (kW * kH));
         note = text;
         return want;
@@ -224,7 +225,12 @@ TEST_P(Engine, DecodesToTheOneStripPixelsAndKeepsEveryTag) {
     std::string note;
     const std::vector<std::uint16_t> want = Expected(note);
     EXPECT_EQ(plain.pixels, ImageOfSamples(kW, kH, bits, want).pixels);
-    EXPECT_TRUE(plainLine.ends_with("subject_eq.tif" + note + "\n")) << plainLine;
+    const auto notes = [&](std::string first) {
+        if (!note.empty()) first += (first.empty() ? "" : "; ") + note;
+        return first.empty() ? "\n" : " (" + first + ")\n";
+    };
+    EXPECT_EQ(plainLine,
+              "subject.tif: written " + (dir / "plain/subject_eq.tif").string() + notes(""));
 
     fs::path input = subject;
     if (layout.card)
@@ -236,7 +242,8 @@ TEST_P(Engine, DecodesToTheOneStripPixelsAndKeepsEveryTag) {
     const std::string line = Run(card, shot, dark, input, "out");
     const fs::path output = dir / "out" / (input.stem().string() + "_eq.tif");
     // Photoshop's layers go, and the line says so; every other tag stays.
-    EXPECT_EQ(line.find("Photoshop layer data removed") != std::string::npos, layout.tagged);
+    EXPECT_EQ(line, input.filename().string() + ": written " + output.string() +
+                        notes(layout.tagged ? "Photoshop layer data removed" : ""));
     EXPECT_EQ(Tags(output, false), Tags(input, true));
     EXPECT_EQ(SecondPage(output), SecondPage(input));
     // Colour samples are the plain output's, any others the input's.
@@ -261,7 +268,7 @@ const Layout kLayouts[] = {
     {.label = "PlanarLzw", .tiffcp = "-r 16 -c lzw", .planar = true},
     {.label = "ExtraSampleZstd", .tiffcp = "-r 16 -c zstd", .extras = true},
     {.label = "BigTiff", .tiffcp = "-8 -r 16"},
-    {.label = "TaggedLzw", .tiffcp = "-r 16 -c lzw:2", .tagged = true},
+    {.label = "Tagged", .tiffcp = "-r 16", .tagged = true},
     {.label = "CardLzw", .tiffcp = "-r 16 -c lzw:2", .card = true},
     {.label = "CardTilesDeflate", .tiffcp = "-t -w 16 -l 16 -c zip", .card = true},
 };
@@ -269,15 +276,17 @@ const Mode kModes[] = {
     {.label = "Default"},
     {.label = "Rgb", .args = {"--channels", "rgb", "--amount", "70"}, .rgb = true, .amount = 0.7},
     {.label = "CappedDarkened",
-     .args = {"--max-gain", "1.25", "--darken", "--amount", "40"},
+     .args = {"--max-gain", "1.1", "--darken", "--amount", "40"},
      .darken = true,
      .amount = 0.4,
-     .cap = 1.25},
+     .cap = 1.1},
     {.label = "Linear", .args = {"--linear", "--channels", "rgb"}, .rgb = true, .linear = true},
-    {.label = "ShotsAndDark",
-     .args = {"--white", "@shot", "--dark", "@dark", "--channels", "rgb"},
-     .rgb = true},
-    {.label = "Smooth", .args = {"--smooth", "3"}, .smooth = 3},
+    {.label = "Dark", .args = {"--dark", "@dark", "--amount", "70"}, .amount = 0.7},
+    {.label = "ShotsDarkLinear",
+     .args = {"--white", "@shot", "--dark", "@dark", "--linear", "--channels", "rgb"},
+     .rgb = true,
+     .linear = true},
+    {.label = "SmoothLinear", .args = {"--smooth", "3", "--linear"}, .linear = true, .smooth = 3},
 };
 const auto kName = [](const auto& info) {
     return std::string(std::get<0>(info.param).label) + "_" + std::get<1>(info.param).label + "_" +
@@ -312,6 +321,16 @@ TEST(EngineRowByRow, OneStripLzwSubjectAndCardGiveThePlainPixels) {
     }
     EXPECT_EQ(Decode(dir / "out_lzw/subject_lzw_eq.tif").pixels,
               Decode(dir / "out/subject_eq.tif").pixels);
+    // A file size limit that the copy meets no sooner than the strip written anew.
+    const auto limit = fs::file_size(dir / "subject_lzw.tif");
+    const ChildResult limited =
+        RunProgram({BRISAVANE_CLI, "equalize", "--white", dir / "card.tif", "--output",
+                    dir.Path().string(), dir / "subject_lzw.tif"},
+                   [limit] { LimitFileSize(limit); });
+    EXPECT_EQ(limited.exitCode, 1);
+    EXPECT_TRUE(
+        limited.out.starts_with("subject_lzw.tif: failed: Problem writing equalized TIFF file."))
+        << limited.out;
 }
 
 // A card of several shots is kept in a scratch file in $TMPDIR that never has
@@ -321,7 +340,7 @@ TEST(EngineRowByRow, OneStripLzwSubjectAndCardGiveThePlainPixels) {
 // isn't there gives no scratch file, and the card is refused.
 TEST(EngineScratch, LeavesNothingInTmpdir) {
     TempFolder dir, tmp;
-    const LibtiffImage image = PatternImage(40, 30, 16);
+    const LibtiffImage image = PatternImage(200, 100, 16);
     WriteWithLibtiff(dir / "a.tif", image);
     std::string outputs[2];
     for (const bool named : {false, true}) {
@@ -349,5 +368,27 @@ TEST(EngineScratch, LeavesNothingInTmpdir) {
     EXPECT_EQ(none.code, 2);
     EXPECT_EQ(none.err, "Error: No scratch file for the white card can be made in " +
                             (dir / "gone").string() + "\n");
+}
+
+// A known bug: a $TMPDIR too small for the scratch file of the card's sums
+// is blamed on the card ("Error: The white card's pixels can't be decoded:
+// the file ends before its last pixel row"), since a band that can't be
+// written during the pass counts as a row that can't be read; only the last
+// band's failure gives the scratch file's words.
+TEST(EngineScratch, KnownBugAFullTmpdirIsBlamedOnTheCard) {
+    if (!std::getenv("BRISAVANE_KNOWN_BUGS"))
+        GTEST_SKIP() << "known bug: a full $TMPDIR gives the words of a card that can't be "
+                        "decoded; BRISAVANE_KNOWN_BUGS=1 runs this";
+    TempFolder dir, tmp;
+    WriteWithLibtiff(dir / "a.tif", PatternImage(200, 100, 16));
+    const TmpfsMount small(tmp.Path(), "size=16k");
+    if (!small.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+    ::setenv("TMPDIR", tmp.Path().c_str(), 1);
+    const CliRun full = Equalize({"--white", dir / "a.tif", "--white", dir / "a.tif", "--output",
+                                  dir.Path().string(), dir / "a.tif"});
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ(full.code, 2);
+    EXPECT_EQ(full.err, "Error: The scratch file for the white card can't be written in " +
+                            tmp.Path().string() + "\n");
 }
 }  // namespace
