@@ -130,7 +130,8 @@ TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
 // the second row on crosses the row, and the rows after the first stay empty,
 // since the window writes each row once; an IOException ends the batch with
 // its message, as it ends brisavane-cli's file with its words. Each runs in a
-// child, so that a file size limit stays there; no subject changes.
+// child, so that a file size limit stays there, and writes into the subjects'
+// own folder, where no subject changes.
 TEST(Batch, StopsShort) {
     const TiffSpec card = Card(16, false), subject = Scene(16, true);
     const BuiltTiff built = BuildTiff(subject);
@@ -155,7 +156,7 @@ TEST(Batch, StopsShort) {
                 LimitFileSize(built.imageOffset + built.bytesPerRow);
         };
         const ChildResult shown = InChild([&] {
-            rig.Press();
+            rig.Press(rig.dir / "subjects");
             std::string marks =
                 rig.host.dialogs.messages.empty() ? "" : rig.host.dialogs.messages[0];
             for (const auto& [row, mark] : rig.host.marks)
@@ -165,7 +166,7 @@ TEST(Batch, StopsShort) {
         EXPECT_EQ(shown.out, fault[0] == 'c'   ? ""
                              : fault[0] == 'w' ? "Cross " + kProblem
                                                : "IOException: ");
-        EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")),
+        EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")),
                   output(fault[0] == 'w' ? 1 : 2, fault[0] == 'w'));
         EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), built.bytes);
         if (fault[0] != 'e') continue;

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <optional>
+
 #include "BatchRig.h"
 #include "ChildProcess.h"
 #include "CliRun.h"
@@ -46,80 +48,69 @@ std::string Outcome(const BatchRig& rig) {
     return lines;
 }
 
-// A big subject, then a small one that the limit lets through: the limit
-// stands in the big one's profile (its copy fails before the pixel rows) or
-// before its trailer (the copy holds every row, only its tail is lost). The
-// window's batch in a child process, then the real program in one.
-TEST(FileSizeLimit, CrossOrFailedLineThenTheNextFile) {
-    for (const bool inTheProfile : {true, false}) {
+// A small subject, a big one and a small one again, written where writes
+// fail: a file size limit in the big one's profile (its copy fails before the
+// pixel rows) or before its trailer (the copy holds every row, only its tail
+// is lost), a small file system that the big one's copy fills, or one that
+// takes no writes at all. The window's batch keeps what a failed file left
+// (as after any write error), so a full disk stays full for the file after
+// it; brisavane-cli removes its temporary, so the file after it fits again.
+// Both run in a child, where the limit stays; the command line one job at a
+// time, since two copies in work at once on a disk this small would, by
+// chance, leave no room for each other.
+TEST(WritesThatFail, CrossOrFailedLineThenTheNextFile) {
+    const TiffSpec small = Subject(0), big = Subject(60000, false);
+    const BuiltTiff built = BuildTiff(big);
+    const struct {
+        const char* label;
+        rlim_t limit;
+        const char* disk;  // mount options of a file system over the output folder
+        bool readOnly;
+        const char* marks;  // of the three subjects in the window, then the command line
+    } cases[] = {{"LimitInTheProfile", built.imageOffset / 2, nullptr, false, "VXVVXV"},
+                 {"LimitBeforeTheTrailer", built.imageOffset + built.bytesPerRow * big.height,
+                  nullptr, false, "VXVVXV"},
+                 {"FullDisk", RLIM_INFINITY, "size=16k", false, "VXXVXV"},
+                 {"ReadOnlyDisk", RLIM_INFINITY, "size=16k", true, "XXXXXX"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
         BatchRig rig;
-        const TiffSpec big = Subject(4000), small = Subject(0, false);
-        const BuiltTiff built = BuildTiff(big);
-        rig.AddSubject("big.tif", built.bytes);
-        rig.AddSubject("small.tif", BuildTiff(small).bytes);
-        const auto subjects = HashFolder(rig.dir.Path() / "subjects");
-        const rlim_t limit = inTheProfile ? built.imageOffset / 2
-                                          : built.imageOffset + built.bytesPerRow * big.height;
-        const ChildResult child = InChild([&] {
-            LimitFileSize(limit);
-            rig.Press();
-            return Outcome(rig);
-        });
-        EXPECT_EQ(child.out, "0 Cross " + std::string(kProblem) + "\n1 Check \n");
-        EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
-
-        for (const char* name : {"big_eq.tif", "small_eq.tif"}) fs::remove(rig.OutputPath(name));
-        const ChildResult run =
-            RunProgram({BRISAVANE_CLI, "equalize", "--white", rig.dir / "white.tif", "--output",
-                        rig.dir / "out", rig.SubjectPath("big.tif"), rig.SubjectPath("small.tif")},
-                       [limit] { LimitFileSize(limit); });
-        EXPECT_EQ(run.exitCode, 1);
-        EXPECT_EQ(run.out, std::string("big.tif: failed: ") + kProblem + "\nsmall.tif: written " +
-                               rig.OutputPath("small_eq.tif") + "\n");
-        EXPECT_EQ(ReadFile(rig.OutputPath("small_eq.tif")), Expected(small));
-        EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 1u);
-        EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
-    }
-}
-
-// A small file system that the big subject's copy fills, or one that takes no
-// writes at all (every file fails). The window's batch keeps what a failed
-// file left (as after any write error), so a full disk stays full for the
-// file after it; brisavane-cli removes its temporary, so the file after it
-// fits again. It runs one job at a time: two copies in work at once on a disk
-// this small would, by chance, leave no room for each other.
-TEST(FullOrReadOnlyDisk, WindowCrossesWhatDidNotFitCommandLineFailsWhatCouldNot) {
-    for (const bool readOnly : {false, true}) {
-        BatchRig rig;
-        const TiffSpec small = Subject(0), big = Subject(60000, false);
         for (const auto& [name, image] :
              {std::pair{"a_small.tif", small}, {"b_big.tif", big}, {"c_small.tif", small}})
             rig.AddSubject(name, BuildTiff(image).bytes);
-        const TmpfsMount disk(rig.dir.Path() / "out", "size=16k", readOnly);
-        if (!disk.Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
         const auto subjects = HashFolder(rig.dir.Path() / "subjects");
-        rig.Press();
-        const std::string crossed = std::string(" Cross ") + kProblem + "\n";
-        EXPECT_EQ(Outcome(rig),
-                  (readOnly ? "0" + crossed : "0 Check \n") + "1" + crossed + "2" + crossed);
-        EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), readOnly ? "" : Expected(small));
+        std::optional<TmpfsMount> disk;
+        if (c.disk) disk.emplace(rig.dir.Path() / "out", c.disk, c.readOnly);
+        if (disk && !disk->Mounted()) GTEST_SKIP() << "mounting a tmpfs needs root";
+        const ChildResult window = InChild([&] {
+            LimitFileSize(c.limit);
+            rig.Press();
+            return Outcome(rig);
+        });
+        std::string marks, lines;
+        for (int k = 0; k < 3; ++k) {
+            const bool crossed = c.marks[k] == 'X', failed = c.marks[3 + k] == 'X';
+            const std::string name = std::string(k == 1 ? "b_big" : k ? "c_small" : "a_small");
+            marks += std::to_string(k) + (crossed ? " Cross " + std::string(kProblem) : " Check ") +
+                     "\n";
+            lines += name + ".tif: " +
+                     (failed ? "failed: " + std::string(kProblem)
+                             : "written " + rig.OutputPath(name + "_eq.tif")) +
+                     "\n";
+        }
+        EXPECT_EQ(window.out, marks);
+        EXPECT_EQ(ReadFile(rig.OutputPath("a_small_eq.tif")), c.readOnly ? "" : Expected(small));
         for (const auto& entry : fs::directory_iterator(rig.dir.Path() / "out"))
             fs::remove(entry.path());
 
         const ChildResult run =
             RunProgram({BRISAVANE_CLI, "equalize", "--jobs", "1", "--white", rig.dir / "white.tif",
-                        "--output", rig.dir / "out", rig.dir / "subjects"});
-        const auto line = [&](const std::string& name) {
-            return name + ".tif: " +
-                   (readOnly ? std::string("failed: ") + kProblem
-                             : "written " + rig.OutputPath(name + "_eq.tif")) +
-                   "\n";
-        };
+                        "--output", rig.dir / "out", rig.dir / "subjects"},
+                       [&] { LimitFileSize(c.limit); });
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_EQ(run.out,
-                  line("a_small") + "b_big.tif: failed: " + kProblem + "\n" + line("c_small"));
-        EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), readOnly ? "" : Expected(small));
-        EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), readOnly ? 0u : 2u);
+        EXPECT_EQ(run.out, lines);
+        EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), c.readOnly ? "" : Expected(small));
+        EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), c.readOnly ? 0u : 2u);
         EXPECT_EQ(HashFolder(rig.dir.Path() / "subjects"), subjects);
     }
 }
@@ -137,23 +128,6 @@ TEST(UnwritablePlace, CrossThenTheNextFile) {
     EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");
     EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), Expected(Subject(0, false)));
     EXPECT_EQ(rig.host.statuses.back(), "");
-}
-
-// The window writing into the subjects' own folder, stopped in the third
-// subject (whose name already ends in _eq): every subject keeps every byte.
-TEST(NothingLost, SubjectsKeepEveryByteWhenTheBatchStops) {
-    BatchRig rig;
-    const fs::path subjects = rig.dir.Path() / "subjects";
-    for (const char* name : {"a.tif", "b.TIF", "c_eq.tif", "d.tif"})
-        rig.AddSubject(name, BuildTiff(Subject(0, name[0] != 'b')).bytes);
-    rig.host.cancelAfterPumps = 4 + 4 + 2;
-    const auto before = HashFolder(subjects);
-    rig.Press(subjects);
-    auto after = HashFolder(subjects);
-    std::erase_if(after, [&](const auto& file) { return !before.contains(file.first); });
-    EXPECT_EQ(after, before);
-    EXPECT_EQ(ReadFile((subjects / "a_eq.tif").string()), Expected(Subject(0)));
-    EXPECT_EQ(rig.host.marks.size(), 2u);
 }
 
 // brisavane-cli writing four 9 MB subjects into their own folder, ended by a
