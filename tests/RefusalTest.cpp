@@ -13,6 +13,7 @@
 #include "CliRun.h"
 #include "FakeWhiteCardHost.h"
 #include "LibtiffFiles.h"
+#include "ReferenceEqualize.h"
 #include "SavedProfile.h"
 #include "WhiteCardWorkflow.h"
 
@@ -66,11 +67,28 @@ Make Hostile(int bits, std::vector<Entry> overrides, bool lastByteMissing = fals
     return [bytes = built.bytes](const std::string& path) { WriteFile(path, bytes); };
 }
 
-TiffSpec Odd(int bits, std::uint32_t samples, bool little) {
-    TiffSpec s = SpecOf(6, 4, bits, little);
+TiffSpec Odd(int bits, std::uint32_t samples, bool little, std::uint32_t width = 6) {
+    TiffSpec s = SpecOf(width, 4, bits, little);
     s.samples = samples;
     s.trailer = "bytes after the rows";
     return s;
+}
+
+// A file made as spec says, then changed by a command (% stands for its path).
+Make Changed(TiffSpec spec, const std::string& command) {
+    return [=](const std::string& path) {
+        WriteTiff(path, spec);
+        std::string line = command;
+        for (auto at = line.find('%'); at != std::string::npos; at = line.find('%'))
+            line.replace(at, 1, path);
+        EXPECT_EQ(std::system(line.c_str()), 0) << line;
+    };
+}
+
+// A sample format libtiff refuses, which our reader doesn't look at.
+TiffSpec OursAlone(TiffSpec spec) {
+    spec.extra.push_back({339, 3, 1, 7});
+    return spec;
 }
 
 struct Refusal {
@@ -119,6 +137,25 @@ const Refusal kRefusals[] = {
      "failed: White and image files have different pixel dimensions. White: 6x4  Image: 5x4", ""},
     {"OtherDepth", Built(SpecOf(6, 4, 8, true)),
      "failed: White and image files have different bits per sample. White: 16  Image: 8", ""},
+    {"Ccitt", Changed(Card(), "tiffset -s 259 2 %"),
+     "skipped: this is a TIFF with compression 2, which can't be rewritten",
+     kUsed + "a TIFF with compression 2, which can't be rewritten"},
+    {"FloatingPointPredictor",
+     Changed(Card(), "tiffcp -c lzw -r 2 % %.lzw && tiffset -s 317 3 %.lzw && mv %.lzw %"),
+     "skipped: this is a TIFF with predictor 3: only none or horizontal",
+     kUsed + "a TIFF with predictor 3: only none or horizontal"},
+    // Files only our reader takes, judged by its tests alone.
+    {"StripsOursAlone", Built(OursAlone(Tagged({}, true, 16, 2))),
+     "failed: Image file is not in one single strip. Height: 3Rows per strip: 2",
+     "Error: The white card image must be in one contiguous strip"},
+    {"CutOursAlone", Built([] {
+         TiffSpec s = OursAlone(Card());
+         s.dropTailBytes = 5;
+         return s;
+     }()),
+     "failed: " + kIncomplete + kCut, "Error: The white card image data is incomplete: " + kCut},
+    {"OtherSizeOursAlone", Built(OursAlone(SpecOf(5, 4, 16, true))),
+     "failed: White and image files have different pixel dimensions. White: 6x4  Image: 5x4", ""},
     {"NotATiff", [](const auto& p) { WriteFile(p, std::string("PK\x03\x04\0\0", 6)); },
      "skipped: Not a valid TIFF file.", "Not a valid TIFF file."},
     {"Folder", [](const auto& p) { fs::create_directories(p); }, "",
@@ -248,5 +285,18 @@ TEST(RefusedByTheModes, SayWhyAndWriteNothing) {
         EXPECT_NE((run.out + run.err).find(words), std::string::npos) << run.out << run.err;
         EXPECT_TRUE(fs::is_empty(dir / "out")) << words;
     }
+}
+
+// What only our reader takes, as the window has always taken it, is a card
+// and a subject like any other of one plain strip.
+TEST(OursAlone, TakesWhatLibtiffRefuses) {
+    TiffSpec card = OursAlone(Card()), subject = OursAlone(Scene());
+    BatchRig rig(card);
+    WriteTiff(rig.SubjectPath("a.tif"), subject);
+    const CliRun run = Equalize(
+        {"--white", rig.dir / "white.tif", "--output", rig.dir / "out", rig.SubjectPath("a.tif")});
+    EXPECT_EQ(run.code, 0) << run.out;
+    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")),
+              ExpectedOutput(subject, card, FullTarget(card)));
 }
 }  // namespace
