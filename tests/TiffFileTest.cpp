@@ -12,7 +12,6 @@
 #include "Exceptions.h"
 #include "LibtiffFiles.h"
 #include "OpenedTiff.h"
-#include "RecordingProgress.h"
 #include "RowReader.h"
 #include "TempFolder.h"
 
@@ -221,12 +220,10 @@ TEST(LabIntToFloatArray, FillsByColumnRowAndChannelAndRefusesAShortBuffer) {
 // Brightest and darkest green, and the brightest's column and row.
 using Scan = std::tuple<double, double, std::int64_t, std::int64_t>;
 
-Scan ScanFile(const TiffSpec& image, Progress* progress = nullptr) {
+Scan ScanFile(const TiffSpec& image) {
     TempFolder folder;
     WriteTiff(folder / "white.tif", image);
-    TiffServices services;
-    if (progress) services.analyzeProgress = progress;
-    const auto tiff = Opened(folder / "white.tif", services);
+    const auto tiff = Opened(folder / "white.tif");
     tiff->FindMaxLuminanceDisk();
     return {tiff->MaxLuminance, tiff->MinLuminance, tiff->pxmax, tiff->pymax};
 }
@@ -268,42 +265,22 @@ TEST(DiskScan, FindsBrightestDarkestAndWhere) {
         };
         EXPECT_EQ(ScanFile(image), c.expected) << c.bits << (c.little ? " le " : " be ") << c.width;
     }
+    EXPECT_EQ(ScanFile(SpecOf(4, 0, 8, true)), Scan(0.0, 9999999.9, 0, 0));  // no rows
 }
 
-// The bar moves at every row, then hides; no rows leave the starting minimum.
-TEST(DiskScan, ReportsEveryRowThenHides) {
-    RecordingProgress bar;
-    ScanFile(SpecOf(3, 4, 8, true), &bar);
-    EXPECT_EQ(bar.maxima, (std::vector<std::int64_t>{4}));
-    EXPECT_EQ(bar.values, (std::vector<double>{1, 2, 3, 4}));
-    EXPECT_EQ(bar.visibility, (std::vector<bool>{true, false}));
-    EXPECT_EQ(bar.refreshes, 4);
-    EXPECT_EQ(ScanFile(SpecOf(4, 0, 8, true)), Scan(0.0, 9999999.9, 0, 0));
-}
-
-// The in-memory twin walks the whole buffer in its byte order and reports by
-// fiftieths (interval 12 for 100 pixels: first at the third sample); a buffer
-// of two pixels has interval 0.
-TEST(MemoryScan, FindsExtremesAndReportsByFiftieths) {
-    for (const std::int64_t pixels : {100, 2}) {
-        RecordingProgress bar;
-        TiffServices services;
-        services.analyzeProgress = &bar;
-        TiffFile tiff(services);
-        tiff.BytesPerPixel = 6;
-        tiff.PixelCount = pixels;
-        tiff.imageBuffer = std::make_shared<MemoryBlock>(6 * pixels);
-        tiff.imageBuffer->LittleEndian = false;
-        for (int p = 0; p < pixels; ++p)
-            tiff.imageBuffer->SetUInt16Value(p * 6 + 2, static_cast<std::uint16_t>(500 + p));
-        tiff.imageBuffer->SetUInt16Value(0, 65535);  // red: not looked at
-        tiff.FindMaxLuminance();
-        EXPECT_EQ(Scan(tiff.MaxLuminance, tiff.MinLuminance, tiff.pxmax, tiff.pymax),
-                  Scan(499 + pixels, 500, 0, 0));
-        ASSERT_FALSE(bar.values.empty());
-        EXPECT_EQ(bar.values.front(), pixels == 2 ? INFINITY : 14.0 / 12.0);
-        EXPECT_LE(bar.values.size(), pixels == 2 ? 2u : 50u);
-    }
+// The in-memory twin walks the whole buffer in its byte order, green alone.
+TEST(MemoryScan, FindsExtremes) {
+    TiffFile tiff;
+    tiff.BytesPerPixel = 6;
+    tiff.PixelCount = 100;
+    tiff.imageBuffer = std::make_shared<MemoryBlock>(600);
+    tiff.imageBuffer->LittleEndian = false;
+    for (int p = 0; p < 100; ++p)
+        tiff.imageBuffer->SetUInt16Value(p * 6 + 2, static_cast<std::uint16_t>(500 + p));
+    tiff.imageBuffer->SetUInt16Value(0, 65535);  // red: not looked at
+    tiff.FindMaxLuminance();
+    EXPECT_EQ(Scan(tiff.MaxLuminance, tiff.MinLuminance, tiff.pxmax, tiff.pymax),
+              Scan(599, 500, 0, 0));
 }
 
 // Each pixel tells where it came from: red the column, green the row.
