@@ -74,7 +74,7 @@ TiffSpec Odd(int bits, std::uint32_t samples, bool little, std::uint32_t width =
     return s;
 }
 
-// A file made as spec says, then changed by a command (% stands for its path).
+// A file built from its description, then changed by a command (% stands for its path).
 Make Changed(TiffSpec spec, const std::string& command) {
     return [=](const std::string& path) {
         WriteTiff(path, spec);

@@ -76,7 +76,7 @@ TEST(TiffReader, FieldsTakeTheRightBits) {
 }
 
 // Files cut short in their header are read without a crash; files whose pixel
-// data is cut or out of reach are refused by both front ends (HostileFileTest).
+// data is cut or out of reach are refused by both front ends (RefusalTest).
 TEST(TiffReader, FilesCutInTheirHeaderAreReadSafely) {
     const std::string whole = BuildTiff(TiffSpec{}).bytes;
     TempFolder folder;
