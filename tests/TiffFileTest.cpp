@@ -11,13 +11,59 @@
 
 #include "Exceptions.h"
 #include "LibtiffFiles.h"
-#include "OpenedTiff.h"
+#include "MemoryBlock.h"
 #include "RowReader.h"
 #include "TempFolder.h"
+#include "TiffFile.h"
 
 using namespace testing_tiff;
 
 namespace {
+// A file as the program's own reader opens it; failed is what OpenTIFF said.
+struct OpenedTiff {
+    std::shared_ptr<TiffFile> tiff;
+    bool failed;
+};
+
+OpenedTiff OpenTiff(const std::filesystem::path& path) {
+    auto tiff = std::make_shared<TiffFile>();
+    tiff->fi = std::make_shared<FolderItem>(path);
+    const bool failed = tiff->OpenTIFF();
+    return {tiff, failed};
+}
+
+// A file the reader must take.
+std::shared_ptr<TiffFile> Opened(const std::filesystem::path& path) {
+    const OpenedTiff o = OpenTiff(path);
+    EXPECT_FALSE(o.failed) << o.tiff->errstr;
+    return o.tiff;
+}
+
+LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
+    LibtiffImage image;
+    TIFF* tif = TIFFOpen(path.c_str(), "r");
+    if (!tif) return image;
+    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &image.width);
+    TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &image.height);
+    TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &image.bits);
+    TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
+    TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &image.photometric);
+    const auto rowBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
+    image.pixels.resize(rowBytes * image.height);
+    for (std::uint32_t y = 0; y < image.height; ++y)
+        if (TIFFReadScanline(tif, &image.pixels[y * rowBytes], y, 0) < 0) image.pixels.clear();
+    std::uint32_t length = 0;
+    std::uint8_t* profile = nullptr;
+    if (TIFFGetField(tif, TIFFTAG_ICCPROFILE, &length, &profile))
+        image.profile.assign(profile, profile + length);
+    TIFFClose(tif);
+    return image;
+}
+
+std::vector<std::uint8_t> BlockBytes(const MemoryBlock& block) {
+    return {block.Data(), block.Data() + block.Size()};
+}
+
 // Refusals: the words, a closed stream, entries before the refused one kept
 // and those after it (rows per strip) unread, no sizes worked out.
 TEST(TiffReader, RefusalsGiveTheWordsAndCloseTheStream) {

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "LibtiffFile.h"
-#include "MemoryBlock.h"
 #include "TiffBuilder.h"
 
 // Pixels are the samples in the host's byte order, as libtiff takes and gives
@@ -89,27 +88,6 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffIma
     TIFFClose(tif);
 }
 
-inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
-    LibtiffImage image;
-    TIFF* tif = TIFFOpen(path.c_str(), "r");
-    if (!tif) return image;
-    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &image.width);
-    TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &image.height);
-    TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &image.bits);
-    TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
-    TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &image.photometric);
-    const auto rowBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-    image.pixels.resize(rowBytes * image.height);
-    for (std::uint32_t y = 0; y < image.height; ++y)
-        if (TIFFReadScanline(tif, &image.pixels[y * rowBytes], y, 0) < 0) image.pixels.clear();
-    std::uint32_t length = 0;
-    std::uint8_t* profile = nullptr;
-    if (TIFFGetField(tif, TIFFTAG_ICCPROFILE, &length, &profile))
-        image.profile.assign(profile, profile + length);
-    TIFFClose(tif);
-    return image;
-}
-
 // A file of any layout, decoded strip by strip or tile by tile into one
 // interleaved host-order image of all its samples.
 struct Decoded {
@@ -154,8 +132,4 @@ inline Decoded Decode(const std::filesystem::path& path) {
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {
     const std::string bytes = testing_tiff::ReadFile(path.string());
     return {bytes.begin(), bytes.end()};
-}
-
-inline std::vector<std::uint8_t> BlockBytes(const MemoryBlock& block) {
-    return {block.Data(), block.Data() + block.Size()};
 }
