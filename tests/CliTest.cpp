@@ -183,7 +183,10 @@ TEST(CliLines, FolderOnJobsThenAgain) {
     }
     EXPECT_EQ(r.out, lines);
     EXPECT_EQ(r.exitCode, 1);
-    EXPECT_EQ(ReadFile(err), "");
+    // Nothing but what a coverage build's own counters may say about their files.
+    std::istringstream said(ReadFile(err));
+    for (std::string line; std::getline(said, line);)
+        EXPECT_TRUE(line.starts_with("libgcov profiling error:")) << line;
     EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 5u);
     const double target = ExpectedTarget(FullTarget(Card()), Card().pixel(5, 3).g, 0.375);
     EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")),

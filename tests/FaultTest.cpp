@@ -130,10 +130,11 @@ TEST(UnwritablePlace, CrossThenTheNextFile) {
     EXPECT_EQ(rig.host.statuses.back(), "");
 }
 
-// brisavane-cli writing four 9 MB subjects into their own folder, ended by a
-// signal once the first file is written: at once, or, settled, once the next
-// file's hidden output holds data, so that it is known to the signal's
-// handler. Gives what is left beyond the subjects and whole outputs.
+// brisavane-cli writing six 9 MB subjects into their own folder (so many that
+// a busy machine can't finish them before the signal), ended by a signal once
+// the first file is written: at once, or, settled, once the next file's
+// hidden output holds data, so that it is known to the signal's handler.
+// Gives what is left beyond the subjects and whole outputs.
 std::string LeftAfter(int signal, bool named, bool settled) {
     constexpr std::uint32_t kWidth = 1500, kHeight = 1000;
     TiffSpec card = SpecOf(kWidth, kHeight, 16, false);
@@ -149,7 +150,7 @@ std::string LeftAfter(int signal, bool named, bool settled) {
     std::vector<std::string> argv = {
         BRISAVANE_CLI, "equalize",           "--white", rig.dir / "white.tif",
         "--output",    rig.dir / "subjects", "--jobs",  settled ? "1" : "2"};
-    for (const std::string name : {"a.tif", "b.tif", "c.tif", "d.tif"}) {
+    for (const std::string name : {"a.tif", "b.tif", "c.tif", "d.tif", "e.tif", "f.tif"}) {
         rig.AddSubject(name, BuildTiff(subject(name)).bytes);
         argv.push_back(rig.SubjectPath(name));
     }
