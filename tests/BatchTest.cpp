@@ -267,7 +267,8 @@ TEST(BatchLibtiffRoad, StripTooLargeToHoldStopsAsTheSubject) {
     rig.host.cancelAfterPumps = 3;
     rig.Press();
     EXPECT_TRUE(rig.host.marks.empty());
-    EXPECT_EQ(ReadFile(rig.OutputPath("big_eq.tif")), ReadFile(rig.SubjectPath("big.tif")));
+    // Compared whole, not printed: 17 MB either side.
+    EXPECT_TRUE(ReadFile(rig.OutputPath("big_eq.tif")) == ReadFile(rig.SubjectPath("big.tif")));
     rig.host.cancelAfterPumps = -1;
     rig.host.onStatus = [](const std::string& status) {
         if (status.starts_with("Saving file: ")) LimitFileSize(1);

@@ -116,6 +116,10 @@ struct CardCase {
     bool profile = false;
 };
 
+void PrintTo(const CardCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class CardReport : public ::testing::TestWithParam<CardCase> {};
 
 // Every figure the page prints (data-key) is the one report.json holds, the

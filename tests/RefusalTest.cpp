@@ -175,6 +175,10 @@ const Refusal kRefusals[] = {
      kUsed + "a TIFF of "},
 };
 
+void PrintTo(const Refusal& refusal, std::ostream* os) {
+    *os << refusal.label;
+}
+
 // The rows whose words are given for a subject, or for a card.
 std::vector<Refusal> With(std::string Refusal::*words) {
     std::vector<Refusal> rows;
