@@ -334,7 +334,7 @@ TEST(EngineRowByRow, OneStripLzwSubjectAndCardGiveThePlainPixels) {
     const ChildResult limited =
         RunProgram({BRISAVANE_CLI, "equalize", "--white", dir / "card.tif", "--output",
                     dir.Path().string(), dir / "subject_lzw.tif"},
-                   [limit] { LimitFileSize(limit); });
+                   [&] { LimitProgramFileSize(limit, dir / "counts"); });
     EXPECT_EQ(limited.exitCode, 1);
     EXPECT_TRUE(
         limited.out.starts_with("subject_lzw.tif: failed: Problem writing equalized TIFF file."))

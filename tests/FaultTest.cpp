@@ -106,7 +106,7 @@ TEST(WritesThatFail, CrossOrFailedLineThenTheNextFile) {
         const ChildResult run =
             RunProgram({BRISAVANE_CLI, "equalize", "--jobs", "1", "--white", rig.dir / "white.tif",
                         "--output", rig.dir / "out", rig.dir / "subjects"},
-                       [&] { LimitFileSize(c.limit); });
+                       [&] { LimitProgramFileSize(c.limit, rig.dir / "counts"); });
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.out, lines);
         EXPECT_EQ(ReadFile(rig.OutputPath("c_small_eq.tif")), c.readOnly ? "" : Expected(small));
