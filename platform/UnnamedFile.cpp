@@ -94,10 +94,16 @@ std::unique_ptr<UnnamedFile> UnnamedFile::Make(const fs::path& folder,
     }
     if (!NoUnnamedFiles(errno)) return nullptr;
     const fs::path hidden = folder / hiddenName;
+    // Known to the signal handler before it exists, so that a signal that
+    // comes while it is being made still finds it.
+    const int slot = HiddenFiles::Instance().Add(hidden);
     fd = ::open(hidden.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (fd < 0) return nullptr;
+    if (fd < 0) {
+        HiddenFiles::Instance().Remove(slot);
+        return nullptr;
+    }
     std::unique_ptr<UnnamedFile> file(new UnnamedFile(fd, hidden));
-    file->slot_ = HiddenFiles::Instance().Add(hidden);
+    file->slot_ = slot;
     if (::fchmod(fd, mode) != 0) return nullptr;
     return file;
 }
@@ -126,16 +132,17 @@ bool UnnamedFile::Publish(const fs::path& target, bool replace) {
         if (!replace) {
             published = LinkUnnamed(target);
         } else {
-            const fs::path link = target.parent_path() /
-                                  ("." + target.filename().string() + "." +
-                                   std::to_string(::getpid()) + "-" + std::to_string(fd_) + ".link");
+            std::string name = ".";
+            name.append(target.filename().string()).append(".");
+            name.append(std::to_string(::getpid())).append("-").append(std::to_string(fd_));
+            const fs::path link = target.parent_path() / name.append(".link");
             published = LinkUnnamed(link) && std::rename(link.c_str(), target.c_str()) == 0;
             if (!published) ::unlink(link.c_str());
         }
     } else if (replace) {
         published = std::rename(hidden_.c_str(), target.c_str()) == 0;
-    } else if (::renameat2(AT_FDCWD, hidden_.c_str(), AT_FDCWD, target.c_str(),
-                           RENAME_NOREPLACE) == 0) {
+    } else if (::renameat2(AT_FDCWD, hidden_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) ==
+               0) {
         published = true;
     } else if (errno == EINVAL || errno == ENOSYS) {
         // Where the file system can't promise it, the test beforehand has to do.

@@ -1,13 +1,26 @@
+// The window's press of Process (Batch) without a display: which rows it
+// takes, what it shows on the way, the marks it leaves, and that it writes
+// the command line's bytes on either road, also when a file stops short.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "BatchRig.h"
+#include "ChildProcess.h"
+#include "CliRun.h"
+#include "Exceptions.h"
 #include "FileHashes.h"
+#include "LibtiffFiles.h"
 #include "OutputFileName.h"
 #include "ReferenceEqualize.h"
+#include "ResultLines.h"
+#include "SubjectJob.h"
 
 using namespace testing_tiff;
 
 namespace {
+const std::string kProblem = "Problem writing equalized TIFF file.";
+
 TEST(OutputName, FollowsTheNameRule) {
     const std::pair<const char*, const char*> cases[] = {{"IMG.TIF", "IMG_eq.tif"},
                                                          {"photo.tiff", "photo_eq.tif"},
@@ -21,7 +34,9 @@ TEST(OutputName, FollowsTheNameRule) {
 
 // A cancelled folder dialog changes nothing. Then two good subjects (one
 // big-endian), one not ticked, one not a TIFF and one missing: the good ones
-// are written and checked, the rest passed over without a mark.
+// are written and checked, the rest passed over without a mark. Another
+// white card opened while the batch runs (the window stays live) changes
+// nothing of it.
 TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene(16, true)).bytes);
@@ -33,6 +48,7 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     EXPECT_FALSE(rig.host.processDisabled);
     EXPECT_FALSE(rig.state.EqualizationCompleted || rig.state.fequal);
     EXPECT_TRUE(rig.host.marks.empty());
+    rig.host.onPump = [&] { rig.state.Tiffb.reset(), rig.state.card.reset(); };
     rig.Press();
 
     EXPECT_EQ(rig.host.dialogs.folderPrompts.back(), "Select the folder for the equalized images");
@@ -41,46 +57,39 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
     EXPECT_EQ(rig.host.marks,
               (std::map<std::int64_t, RowMark>{{0, RowMark::Check}, {4, RowMark::Check}}));
     EXPECT_TRUE(rig.host.dialogs.messages.empty());
-    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);  // a_eq.tif and e_eq.tif
+    EXPECT_EQ(HashFolder(rig.dir.Path() / "out").size(), 2u);
+    EXPECT_EQ(ReadFile(rig.OutputPath("e_eq.tif")),
+              ExpectedOutput(Scene(16, false), Card(), FullTarget(Card())));
     EXPECT_EQ(
         rig.host.statuses,
         (std::vector<std::string>{"Creating subject preview: a.tif", "Preparing file: a_eq.tif",
                                   "Saving file: a_eq.tif", "", "Creating subject preview: e.TIFF",
                                   "Preparing file: e_eq.tif", "Saving file: e_eq.tif", ""}));
-    EXPECT_FALSE(rig.host.progress.visibility.back());
     EXPECT_EQ(rig.host.resultRefreshes, 2);
     EXPECT_TRUE(rig.state.psubject);
 }
 
-// Pointing the save dialog at the subject itself never writes the subject.
+// Pointing the save dialog at the subject itself never writes the subject;
+// cancelling it ends the batch through the nil object handler, with an empty
+// errstr after a good open, and leaves the old output.
 TEST(Batch, SubjectIsNeverItsOwnOutput) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
+    rig.AddSubject("b.tif", BuildTiff(Scene()).bytes);
     WriteFile(rig.OutputPath("a_eq.tif"), "old");
-    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif")};
+    WriteFile(rig.OutputPath("b_eq.tif"), "old");
+    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif"), ""};
     rig.Press();
     EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), BuildTiff(Scene()).bytes);
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), "old");
     EXPECT_TRUE(rig.host.marks.empty());
-    EXPECT_TRUE(rig.state.EqualizationCompleted);
-}
-
-// Another white card opened while the batch runs (the window stays live): the
-// batch keeps to the card its target level came from, for the file in work
-// and for the files after it.
-TEST(Batch, KeepsItsWhiteCardWhenAnotherIsOpened) {
-    BatchRig rig(Card(8));
-    for (const char* name : {"a.tif", "b.tif"}) rig.AddSubject(name, BuildTiff(Scene(8)).bytes);
-    rig.host.onPump = [&] { rig.state.Tiffb.reset(); };
-    rig.Press();
-    const std::string corrected = ExpectedOutput(Scene(8), Card(8), FullTarget(Card(8)));
-    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), corrected);
-    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), corrected);
-    EXPECT_TRUE(rig.host.dialogs.messages.empty());
+    EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
 }
 
 // The row pass as the window sees it: the bar counts rows from 0 and ends
 // hidden, events are pumped and the cancel asked once a row, and the result
-// preview shows the corrected rows, 16-bit samples divided by 257.
+// preview shows the corrected rows, 16-bit samples divided by 257. With
+// previews off the result picture is made anew but nothing is drawn in it.
 TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
     for (const int bits : {8, 16}) {
         BatchRig rig(Card(bits));
@@ -105,11 +114,6 @@ TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
                 ASSERT_EQ(preview.Pixel(x, y), RGB(show(s.r), show(s.g), show(s.b), 0));
             }
     }
-}
-
-// With previews off the result picture is made anew but nothing is drawn in
-// it, no subject preview is made and the result canvas isn't repainted.
-TEST(Batch, PreviewsOffDrawNothing) {
     BatchRig rig;
     rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
     rig.host.showPreviews = false;
@@ -117,7 +121,164 @@ TEST(Batch, PreviewsOffDrawNothing) {
     EXPECT_EQ(rig.host.marks.at(0), RowMark::Check);
     EXPECT_FALSE(rig.state.psubject);
     EXPECT_EQ(rig.host.resultRefreshes, 0);
-    ASSERT_EQ(rig.state.presult->Width(), 6);
     for (std::int64_t x = 0; x < 6; ++x) EXPECT_EQ(rig.state.presult->Pixel(x, 0), RGB(0, 0, 0, 0));
+}
+
+// A subject of one strip stopped short, against a big-endian card: stopped by
+// the user after two rows, its output holds those rows corrected and the
+// subject's own after them, and the row has no mark; a write that fails from
+// the second row on crosses the row, and the rows after the first stay empty,
+// since the window writes each row once; an IOException ends the batch with
+// its message, as it ends brisavane-cli's file with its words. Each runs in a
+// child, so that a file size limit stays there, and writes into the subjects'
+// own folder, where no subject changes.
+TEST(Batch, StopsShort) {
+    const TiffSpec card = Card(16, false), subject = Scene(16, true);
+    const BuiltTiff built = BuildTiff(subject);
+    const std::string corrected = ExpectedOutput(subject, card, FullTarget(card));
+    const auto output = [&](std::size_t rows, bool empty) {
+        const std::size_t split = built.imageOffset + rows * built.bytesPerRow;
+        std::string rest = built.bytes.substr(split);
+        if (empty)
+            rest.replace(0, (4 - rows) * built.bytesPerRow, (4 - rows) * built.bytesPerRow, '\0');
+        return corrected.substr(0, split) + rest;
+    };
+    for (const char* fault : {"cancel", "write", "exception"}) {
+        BatchRig rig(card);
+        rig.AddSubject("a.tif", built.bytes);
+        rig.host.cancelAfterPumps = fault[0] == 'c' ? 2 : -1;
+        rig.host.onPump = [&] {
+            if (fault[0] == 'e' && rig.host.pumps == 2)
+                throw IOException("the card's stream closed");
+        };
+        rig.host.onStatus = [&](const std::string& status) {
+            if (fault[0] == 'w' && status.starts_with("Saving file: "))
+                LimitFileSize(built.imageOffset + built.bytesPerRow);
+        };
+        const ChildResult shown = InChild([&] {
+            rig.Press(rig.dir / "subjects");
+            std::string marks =
+                rig.host.dialogs.messages.empty() ? "" : rig.host.dialogs.messages[0];
+            for (const auto& [row, mark] : rig.host.marks)
+                marks += (mark == RowMark::Check ? "Check " : "Cross ") + rig.Message(row);
+            return marks;
+        });
+        EXPECT_EQ(shown.out, fault[0] == 'c'   ? ""
+                             : fault[0] == 'w' ? "Cross " + kProblem
+                                               : "IOException: ");
+        EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")),
+                  output(fault[0] == 'w' ? 1 : 2, fault[0] == 'w'));
+        EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), built.bytes);
+        if (fault[0] != 'e') continue;
+        const auto cards = RunCards::Of(rig.state.card, 1.0);
+        rig.host.pumps = 0;
+        std::filesystem::create_directories(rig.dir / "cli");
+        const JobSettings settings{*cards, FolderItem(rig.dir / "cli"), false};
+        const std::string path = rig.SubjectPath("a.tif");
+        EXPECT_EQ(ResultLine(EqualizeSubject(path, cards->Choose(path), settings, rig.host, 0)),
+                  "a.tif: failed: the card's stream closed");
+        EXPECT_TRUE(std::filesystem::is_empty(rig.dir / "cli"));
+    }
+}
+
+// Subjects of other layouts take the libtiff road in the window too: Check,
+// the previews from the decoded rows, and the command line's bytes. The
+// subject is flat, so that its corrected strips grow and go to the end.
+// Stopped after ten rows, the output holds the rows written so far (each row
+// of uncompressed strips, whole strips of four rows, no tile of sixteen) and
+// the subject's own after them, and the row has no mark. A write that fails
+// crosses the row with the write problem's words.
+TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
+    TiffSpec card = SpecOf(40, 30, 16, true), scene = Scene();
+    card.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{9, static_cast<std::uint16_t>(64000 - (x + y) * 500), 9};
+    };
+    scene.width = 40, scene.height = 30;
+    scene.pixel = [](std::uint32_t, std::uint32_t) { return Rgb{1000, 30000, 50000}; };
+    for (const auto& [layout, written] :
+         {std::pair{"-r 4", 10u}, {"-r 4 -c lzw", 8u}, {"-t -w 16 -l 16 -c zip", 0u}}) {
+        SCOPED_TRACE(layout);
+        BatchRig rig(card);
+        WriteTiff(rig.dir / "plain.tif", scene);
+        ASSERT_EQ(std::system(("tiffcp " + std::string(layout) + " " +
+                               (rig.dir / "plain.tif").string() + " " + rig.SubjectPath("t.tif"))
+                                  .c_str()),
+                  0);
+        rig.host.rows.push_back({true, "t.tif"});
+        const CliRun cli = Equalize({"--white", rig.dir / "white.tif", "--output",
+                                     rig.dir / "subjects", rig.SubjectPath("t.tif")});
+        ASSERT_EQ(cli.code, 0) << cli.out;
+        rig.Press();
+        EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{0, RowMark::Check}}));
+        EXPECT_EQ(ReadFile(rig.OutputPath("t_eq.tif")), ReadFile(rig.SubjectPath("t_eq.tif")));
+        ASSERT_TRUE(rig.state.psubject);
+        EXPECT_EQ(rig.state.psubject->Pixel(39, 29), RGB(3, 116, 194, 0));
+        const Decoded output = Decode(rig.OutputPath("t_eq.tif"));
+        for (std::uint32_t y = 0; y < 30; ++y)
+            for (std::uint32_t x = 0; x < 40; ++x) {
+                const auto at = [&](int c) {
+                    std::uint16_t v;
+                    std::memcpy(&v, &output.pixels[output.At(x, y, c)], 2);
+                    return v / 257u;
+                };
+                ASSERT_EQ(rig.state.presult->Pixel(x, y), RGB(at(0), at(1), at(2), 0))
+                    << x << "," << y;
+            }
+
+        rig.host.marks.clear();
+        rig.host.cancelAfterPumps = rig.host.pumps + 10;
+        std::filesystem::create_directories(rig.dir / "stopped");
+        rig.Press(rig.dir / "stopped");
+        EXPECT_TRUE(rig.host.marks.empty());
+        const Decoded stopped = Decode(rig.dir / "stopped/t_eq.tif");
+        EXPECT_EQ(stopped.Colours(0, written),
+                  Decode(rig.SubjectPath("t_eq.tif")).Colours(0, written));
+        EXPECT_EQ(stopped.Colours(written), Decode(rig.SubjectPath("t.tif")).Colours(written));
+
+        rig.host.cancelAfterPumps = -1;
+        rig.host.onStatus = [](const std::string& status) {
+            if (status.starts_with("Saving file: ")) LimitFileSize(1);
+        };
+        std::filesystem::create_directories(rig.dir / "limited");
+        const ChildResult limited = InChild([&] {
+            rig.Press(rig.dir / "limited");
+            return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+        });
+        EXPECT_EQ(limited.out, "1" + kProblem);
+    }
+}
+// A strip too large to hold (over LibtiffFile::kHeldChunk decoded), stopped
+// after a few rows, leaves the output the subject's own bytes, its directory
+// too, and no mark; a write that fails crosses the row.
+TEST(BatchLibtiffRoad, StripTooLargeToHoldStopsAsTheSubject) {
+    TiffSpec card = SpecOf(1600, 1750, 16, true), scene = card;
+    card.pixel = [](std::uint32_t x, std::uint32_t) {
+        return Rgb{9, static_cast<std::uint16_t>(60000 - x * 9), 9};
+    };
+    scene.pixel = [](std::uint32_t x, std::uint32_t y) {
+        return Rgb{static_cast<std::uint16_t>(x * 40), static_cast<std::uint16_t>(y * 30), 500};
+    };
+    BatchRig rig(card);
+    WriteTiff(rig.dir / "plain.tif", scene);
+    ASSERT_EQ(std::system(("tiffcp -c lzw -r 1750 " + (rig.dir / "plain.tif").string() + " " +
+                           rig.SubjectPath("big.tif"))
+                              .c_str()),
+              0);
+    rig.host.rows.push_back({true, "big.tif"});
+    rig.host.cancelAfterPumps = 3;
+    rig.Press();
+    EXPECT_TRUE(rig.host.marks.empty());
+    // Compared whole, not printed: 17 MB either side.
+    EXPECT_TRUE(ReadFile(rig.OutputPath("big_eq.tif")) == ReadFile(rig.SubjectPath("big.tif")));
+    rig.host.cancelAfterPumps = -1;
+    rig.host.onStatus = [](const std::string& status) {
+        if (status.starts_with("Saving file: ")) LimitFileSize(1);
+    };
+    std::filesystem::create_directories(rig.dir / "limited");
+    const ChildResult limited = InChild([&] {
+        rig.Press(rig.dir / "limited");
+        return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+    });
+    EXPECT_EQ(limited.out, "1" + kProblem);
 }
 }  // namespace

@@ -49,18 +49,16 @@ TEST_P(BinaryStreamSource, ReadsInEitherByteOrderAndComesBackShortAtTheEnd) {
 }
 INSTANTIATE_TEST_SUITE_P(FileAndMemory, BinaryStreamSource, ::testing::Bool());
 
-TEST(BinaryStream, OpenGivesNilForMissingFilesAndFolders) {
+// Missing files and folders give no stream, an existing file is created only
+// when replacing it was asked for, and a real device that refuses every write
+// shows the error in the code even though the bytes were only buffered.
+TEST(BinaryStream, OpenCreateAndFailedWrites) {
     TempFolder folder;
     EXPECT_FALSE(BinaryStream::Open(FolderItem(folder / "absent")));
     EXPECT_FALSE(BinaryStream::Open(FolderItem(folder.Path())));
     WriteFile(folder / "f", "\x01");
     EXPECT_FALSE(BinaryStream::Create(FolderItem(folder / "f"), false));
     EXPECT_TRUE(BinaryStream::Create(FolderItem(folder / "f"), true));
-}
-
-// A real device that refuses every write: the error must show in the code even
-// though the bytes were only buffered when Write returned.
-TEST(BinaryStream, FailedWritesShowInLastErrorCode) {
     auto stream = BinaryStream::Open(FolderItem("/dev/full"), true);
     ASSERT_TRUE(stream);
     stream->Write(std::string(100, 'x'));
@@ -82,15 +80,14 @@ TEST(MemoryBlock, TypedAccessInItsByteOrderAndBoundsChecked) {
     EXPECT_THROW(block.UInt8Value(static_cast<std::size_t>(-1)), OutOfBoundsException);
 }
 
-TEST(FolderItem, ChildStaysInsideTheFolder) {
-    const FolderItem folder("/data/out");
-    EXPECT_EQ(folder.Child("a_eq.tif")->NativePath(), "/data/out/a_eq.tif");
+// A child never leads out of its folder; a copy replaces a longer file; paths
+// are absolute. Listing, copying and writing show through the batch; these
+// are the edges.
+TEST(FolderItem, ChildCopyAndPaths) {
+    const FolderItem out("/data/out");
+    EXPECT_EQ(out.Child("a_eq.tif")->NativePath(), "/data/out/a_eq.tif");
     for (const char* name : {"", ".", "..", "../x.tif", "sub/x.tif", "a\\b"})
-        EXPECT_FALSE(folder.Child(name)) << name;
-}
-
-// Listing, copying and writing show through the batch; these are the edges.
-TEST(FolderItem, CopyReplacesALongerFileAndPathsAreAbsolute) {
+        EXPECT_FALSE(out.Child(name)) << name;
     TempFolder folder;
     WriteFile(folder / "b.tif", "\x01\x02\x03");
     WriteFile(folder / "a.tif", "\x04");

@@ -80,7 +80,7 @@ const RowOutcome kOutcomes[] = {
 };
 
 // Both byte orders in one batch; each depth and byte order goes through the
-// batch itself in SubjectEngineTest.
+// batch itself in BatchTest.
 TEST_F(WholeJob, OpenChooseTickProcessAndReadTheResults) {
     const TiffSpec card = Card(16, false);
     WriteTiff(folder / "card.tif", card);

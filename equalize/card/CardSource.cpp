@@ -95,6 +95,7 @@ class CardBuild {
     bool Pass();
     SampleRow Combined(std::uint32_t y);
     bool ReadFailed();
+    bool Unwritable();
     void Measure(const SampleRow& combined, std::uint32_t y);
     void Finish();
 
@@ -118,6 +119,7 @@ class CardBuild {
     std::vector<double> values_, linear_;
     RowExtremes shown_;  // of the card as shot, for display
     bool foldSamples_ = false;
+    bool storeFailed_ = false;  // the scratch file took no more rows
 };
 
 bool CardBuild::Judge() {
@@ -331,17 +333,19 @@ bool CardBuild::Pass() {
     bar.SetVisible(true);
     for (std::uint32_t y = 0; y < height_; ++y) {
         const SampleRow combined = Combined(y);
-        if (!combined) return ReadFailed();
+        if (!combined) return storeFailed_ ? Unwritable() : ReadFailed();
         Measure(combined, y);
         bar.SetValue(static_cast<double>(y) + 1);
         bar.Refresh();
     }
     bar.SetVisible(false);
-    if (!card_->store_->Finish())
-        return Refuse(CardVerdict::Unwritable,
-                      "Error: The scratch file for the white card can't be written in " +
-                          ScratchFolder().string());
-    return true;
+    return card_->store_->Finish() || Unwritable();
+}
+
+bool CardBuild::Unwritable() {
+    return Refuse(CardVerdict::Unwritable,
+                  "Error: The scratch file for the white card can't be written in " +
+                      ScratchFolder().string());
 }
 
 bool CardBuild::ReadFailed() {
@@ -376,7 +380,10 @@ SampleRow CardBuild::Combined(std::uint32_t y) {
     if (shots_.size() == 1 && dark)
         for (std::size_t i = 0; i < values; ++i)
             colours_[i] = colours_[i] > dark[i] ? colours_[i] - dark[i] : 0;
-    if (!card_->store_->Append(colours_.data(), dark)) return {};
+    if (!card_->store_->Append(colours_.data(), dark)) {
+        storeFailed_ = true;
+        return {};
+    }
     if (shots_.size() == 1) {
         for (std::size_t i = 0; i < values; ++i)
             samples_[i] = static_cast<std::uint16_t>(colours_[i]);

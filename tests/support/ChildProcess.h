@@ -24,6 +24,14 @@ inline void LimitFileSize(rlim_t bytes) {
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+// For a program started with a file size limit: the coverage counts that a
+// coverage build writes as it ends go under `counts`, where the limit can cut
+// them short without harm.
+inline void LimitProgramFileSize(rlim_t bytes, const std::string& counts) {
+    ::setenv("GCOV_PREFIX", counts.c_str(), 1);
+    LimitFileSize(bytes);
+}
+
 struct ChildResult {
     int exitCode;     // -1 when the child didn't exit by itself
     std::string out;  // what the child wrote to its standard output
@@ -40,6 +48,18 @@ inline ChildResult WaitForChild(pid_t pid, int outFd) {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
 }
 
+// Coverage builds write their counts when the program ends, which a child
+// leaving through _Exit would skip.
+#ifdef BRISAVANE_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+inline void WriteCoverageCounts() {
+#ifdef BRISAVANE_COVERAGE
+    LimitFileSize(RLIM_INFINITY);  // written whole, not cut short by a test's limit
+    __gcov_dump();
+#endif
+}
+
 // Starts a child whose standard output comes back through the returned pipe
 // end; body runs in the child, which then ends with the code it returns.
 inline pid_t StartChild(const std::function<int()>& body, int& outFd) {
@@ -51,7 +71,9 @@ inline pid_t StartChild(const std::function<int()>& body, int& outFd) {
         ::close(fds[0]);
         ::dup2(fds[1], STDOUT_FILENO);
         ::close(fds[1]);
-        std::_Exit(body());
+        const int code = body();
+        WriteCoverageCounts();
+        std::_Exit(code);
     }
     ::close(fds[1]);
     outFd = fds[0];

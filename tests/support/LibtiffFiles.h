@@ -5,24 +5,24 @@
 
 #include <gtest/gtest.h>
 #include <tiffio.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "MemoryBlock.h"
+#include "LibtiffFile.h"
 #include "TiffBuilder.h"
 
-// Pixels are the samples in the host's byte order, as libtiff takes and gives them.
+// Pixels are the samples in the host's byte order, as libtiff takes and gives
+// them; samples past the third are extra samples.
 struct LibtiffImage {
     std::uint32_t width = 0, height = 0;
     std::uint16_t bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
     bool bigEndian = false;  // the file's byte order
     std::vector<std::uint8_t> pixels, profile;
+    bool planar = false;  // a plane a sample, as tiffcp can't make them of 16-bit samples
 };
 
 // Distinct-looking bytes, so that a swapped, shifted or dropped byte shows.
@@ -43,10 +43,11 @@ inline LibtiffImage PatternImage(std::uint32_t width, std::uint32_t height, std:
             PatternBytes(std::size_t{width} * height * 3 * (bits / 8))};
 }
 
-// An RGB image from its samples, row by row.
+// An image from its samples, row by row.
 inline LibtiffImage ImageOfSamples(std::uint32_t width, std::uint32_t height, std::uint16_t bits,
-                                   const std::vector<std::uint16_t>& samples) {
-    LibtiffImage image{width, height, bits};
+                                   const std::vector<std::uint16_t>& samples,
+                                   std::uint16_t perPixel = 3) {
+    LibtiffImage image{width, height, bits, perPixel};
     for (std::uint16_t v : samples) {
         const auto* raw = reinterpret_cast<const std::uint8_t*>(&v);  // host order
         image.pixels.insert(image.pixels.end(), raw, raw + bits / 8);
@@ -54,7 +55,7 @@ inline LibtiffImage ImageOfSamples(std::uint32_t width, std::uint32_t height, st
     return image;
 }
 
-// Uncompressed and interleaved, in the chosen byte order.
+// Uncompressed, one strip (a plane), in the chosen byte order.
 inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffImage& image) {
     TIFF* tif = TIFFOpen(path.c_str(), image.bigEndian ? "wb" : "wl");
     TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, image.width);
@@ -62,57 +63,73 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffIma
     TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, image.bits);
     TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, image.samples);
     TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, image.photometric);
-    TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    TIFFSetField(tif, TIFFTAG_PLANARCONFIG,
+                 image.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
     TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, image.height);
+    const std::vector<std::uint16_t> extras(image.samples > 3 ? image.samples - 3 : 0,
+                                            EXTRASAMPLE_UNSPECIFIED);
+    if (!extras.empty())
+        TIFFSetField(tif, TIFFTAG_EXTRASAMPLES, std::uint16_t(extras.size()), extras.data());
     if (!image.profile.empty())
         TIFFSetField(tif, TIFFTAG_ICCPROFILE, std::uint32_t(image.profile.size()),
                      image.profile.data());
     // libtiff wants a writable row; it may swap the samples in place.
-    const std::size_t rowBytes = std::size_t{image.width} * image.samples * (image.bits / 8);
+    const std::size_t size = image.bits / 8,
+                      rowBytes = std::size_t{image.width} * image.samples * size;
     std::vector<std::uint8_t> row(rowBytes);
-    for (std::uint32_t y = 0; y < image.height; ++y) {
-        std::copy_n(image.pixels.begin() + static_cast<long>(y * rowBytes), rowBytes, row.begin());
-        TIFFWriteScanline(tif, row.data(), y, 0);
+    for (std::uint16_t plane = 0; plane < (image.planar ? image.samples : 1); ++plane)
+        for (std::uint32_t y = 0; y < image.height; ++y) {
+            const std::uint8_t* from = &image.pixels[y * rowBytes];
+            if (!image.planar) std::copy_n(from, rowBytes, row.begin());
+            for (std::uint32_t x = 0; image.planar && x < image.width; ++x)
+                std::copy_n(from + (x * image.samples + plane) * size, size, &row[x * size]);
+            TIFFWriteScanline(tif, row.data(), y, plane);
+        }
+    TIFFClose(tif);
+}
+
+// A file of any layout, decoded strip by strip or tile by tile into one
+// interleaved host-order image of all its samples.
+struct Decoded {
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t samples = 0, bits = 0;
+    std::vector<std::uint8_t> pixels;
+
+    std::size_t At(std::uint32_t x, std::uint32_t y, std::uint16_t s) const {
+        return ((std::size_t{y} * width + x) * samples + s) * (bits / 8);
     }
-    TIFFClose(tif);
-}
+    // The colour samples of row y, or of every row.
+    std::vector<std::uint8_t> Colours(std::uint32_t from = 0, std::uint32_t to = ~0u) const {
+        std::vector<std::uint8_t> colours;
+        for (std::size_t at = At(0, from, 0); at < std::min(pixels.size(), At(0, to, 0));
+             at += At(1, 0, 0))
+            colours.insert(colours.end(), &pixels[at], &pixels[at] + 3 * bits / 8);
+        return colours;
+    }
+};
 
-inline LibtiffImage ReadWithLibtiff(const std::filesystem::path& path) {
-    LibtiffImage image;
-    TIFF* tif = TIFFOpen(path.c_str(), "r");
-    if (!tif) return image;
-    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &image.width);
-    TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &image.height);
-    TIFFGetField(tif, TIFFTAG_BITSPERSAMPLE, &image.bits);
-    TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
-    TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &image.photometric);
-    const auto rowBytes = static_cast<std::size_t>(TIFFScanlineSize(tif));
-    image.pixels.resize(rowBytes * image.height);
-    for (std::uint32_t y = 0; y < image.height; ++y)
-        if (TIFFReadScanline(tif, &image.pixels[y * rowBytes], y, 0) < 0) image.pixels.clear();
-    std::uint32_t length = 0;
-    std::uint8_t* profile = nullptr;
-    if (TIFFGetField(tif, TIFFTAG_ICCPROFILE, &length, &profile))
-        image.profile.assign(profile, profile + length);
-    TIFFClose(tif);
-    return image;
-}
-
-// A file in any layout libtiff reads, copied by tiffcp into uncompressed
-// interleaved strips at scratch and read back from there.
-inline LibtiffImage ReadPlainWithLibtiff(const std::filesystem::path& path,
-                                         const std::filesystem::path& scratch) {
-    const std::string copy =
-        "tiffcp -s -p contig -c none " + path.string() + " " + scratch.string();
-    EXPECT_EQ(std::system(copy.c_str()), 0) << copy;
-    return ReadWithLibtiff(scratch);
+inline Decoded Decode(const std::filesystem::path& path) {
+    LibtiffFile file(path, "r");
+    Decoded d{file.width, file.height, file.samples, file.bits};
+    if (!file.Handle()) {
+        ADD_FAILURE() << path << " can't be read";
+        return d;
+    }
+    d.pixels.resize(d.At(0, file.height, 0));
+    std::vector<std::uint8_t> chunk(file.ChunkBytes());
+    const std::size_t w = d.bits / 8, per = file.ChunkSamples();
+    for (std::uint32_t c = 0; c < file.Chunks() && file.ReadChunk(c, chunk.data()) > 0; ++c) {
+        const LibtiffFile::Place at = file.PlaceOf(c);
+        for (std::uint32_t y = 0; y < at.rows; ++y)
+            for (std::uint32_t x = 0; x < at.width * per; ++x)
+                std::copy_n(&chunk[y * at.rowBytes + x * w], w,
+                            &d.pixels[d.At(at.x + x / per, at.y + y, at.plane + x % per)]);
+    }
+    EXPECT_EQ(file.Error(), "") << path;
+    return d;
 }
 
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {
     const std::string bytes = testing_tiff::ReadFile(path.string());
     return {bytes.begin(), bytes.end()};
-}
-
-inline std::vector<std::uint8_t> BlockBytes(const MemoryBlock& block) {
-    return {block.Data(), block.Data() + block.Size()};
 }

@@ -22,10 +22,12 @@ struct Decoded {
     std::string scanLines;
 };
 
-// Reads the PNG back with zlib: chunk by chunk, every CRC checked.
+// Reads the PNG back with zlib: chunk by chunk, every CRC checked, to the
+// closing chunk at its very end.
 inline Decoded Decode(const std::string& png) {
     Decoded d;
     EXPECT_EQ(png.substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
+    EXPECT_TRUE(png.ends_with(std::string("\0\0\0\0IEND\xae\x42\x60\x82", 12)));
     std::string compressed;
     for (std::size_t at = 8; at + 12 <= png.size();) {
         const std::uint32_t length = BigEndian(png, at);
