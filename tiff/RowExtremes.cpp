@@ -7,9 +7,9 @@
 
 namespace {
 template <SampleKind Kind>
-using Lane = std::conditional_t<Kind == SampleKind::F64, double,
-                                std::conditional_t<Kind == SampleKind::U8, std::uint8_t,
-                                                   std::uint16_t>>;
+using Lane =
+    std::conditional_t<Kind == SampleKind::F64, double,
+                       std::conditional_t<Kind == SampleKind::U8, std::uint8_t, std::uint16_t>>;
 
 template <SampleKind Kind>
 Lane<Kind> At(const void* row, std::size_t i) {
@@ -47,6 +47,19 @@ BRISAVANE_VECTOR_CLONES void Extremes(const void* __restrict row, std::size_t va
     for (std::size_t c = 0; c < 3; ++c) high[c] = hi[c], low[c] = lo[c];
 }
 
+// Green's alone, for the cards whose red and blue set nothing.
+template <SampleKind Kind>
+BRISAVANE_VECTOR_CLONES void GreenExtremes(const void* __restrict row, std::size_t width,
+                                           double& high, double& low) {
+    Lane<Kind> hi = At<Kind>(row, 1), lo = hi;
+    for (std::size_t p = 0; p < width; ++p) {
+        const Lane<Kind> v = At<Kind>(row, p * 3 + 1);
+        hi = v > hi ? v : hi;
+        lo = v < lo ? v : lo;
+    }
+    high = hi, low = lo;
+}
+
 // The first pixel whose channel c holds value; the last when none does.
 template <SampleKind Kind>
 std::size_t FirstOf(const void* row, std::size_t width, std::size_t c, double value) {
@@ -57,10 +70,14 @@ std::size_t FirstOf(const void* row, std::size_t width, std::size_t c, double va
 }
 
 template <SampleKind Kind>
-void Fold(const void* row, std::size_t width, std::int64_t y, RowExtremes& e, unsigned placed) {
+void Fold(const void* row, std::size_t width, std::int64_t y, RowExtremes& e, unsigned placed,
+          bool greenOnly) {
     double high[3], low[3];
-    Extremes<Kind>(row, width * 3, high, low);
-    for (std::size_t c = 0; c < 3; ++c) {
+    if (greenOnly)
+        GreenExtremes<Kind>(row, width, high[1], low[1]);
+    else
+        Extremes<Kind>(row, width * 3, high, low);
+    for (std::size_t c = greenOnly ? 1 : 0; c < (greenOnly ? 2u : 3u); ++c) {
         e.min[c] = std::min(e.min[c], low[c]);
         if (!(high[c] > e.max[c])) continue;
         e.max[c] = high[c];
@@ -72,8 +89,9 @@ void Fold(const void* row, std::size_t width, std::int64_t y, RowExtremes& e, un
 }  // namespace
 
 void FoldRowExtremes(const SampleRow& row, std::size_t width, std::int64_t y, RowExtremes& e,
-                     unsigned placed) {
+                     unsigned placed, bool greenOnly) {
     if (width == 0) return;
-    WithKind(row.kind,
-             [&](auto kind) { Fold<decltype(kind)::value>(row.data, width, y, e, placed); });
+    WithKind(row.kind, [&](auto kind) {
+        Fold<decltype(kind)::value>(row.data, width, y, e, placed, greenOnly);
+    });
 }

@@ -25,5 +25,6 @@ struct RowExtremes {
 // moves only for a strictly greater number, so the first brightest holds it,
 // and it is looked for, up to its first match, only in the channels asked
 // for (`placed`, a bit per channel) and only when the row beats the running one.
+// greenOnly folds green alone, red and blue keeping what they had.
 void FoldRowExtremes(const SampleRow& row, std::size_t width, std::int64_t y, RowExtremes& e,
-                     unsigned placed = 0b111);
+                     unsigned placed = 0b111, bool greenOnly = false);

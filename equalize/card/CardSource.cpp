@@ -407,7 +407,9 @@ SampleRow CardBuild::Combined(std::uint32_t y) {
 // its ends taken to linear light afterwards, at the same places.
 void CardBuild::Measure(const SampleRow& combined, std::uint32_t y) {
     const unsigned placed = placeEvery_ ? 0b111u : 0b010u;
-    FoldRowExtremes(combined, width_, y, shown_, placed);
+    // In green mode red and blue set no gain; shown, only green is.
+    const bool greenOnly = !placeEvery_ && card_->modes_.channels == GainChannels::Green;
+    FoldRowExtremes(combined, width_, y, shown_, placed, greenOnly);
     const ToneCurves* curves = card_->Curves();
     if (!card_->smoother_ && (!curves || foldSamples_)) return;
     const std::size_t values = std::size_t{width_} * 3;
@@ -418,7 +420,8 @@ void CardBuild::Measure(const SampleRow& combined, std::uint32_t y) {
     if (card_->smoother_)
         card_->smoother_->AddRow(linear_.data());
     else if (!foldSamples_)
-        FoldRowExtremes({linear_.data(), SampleKind::F64}, width_, y, card_->extremes_, placed);
+        FoldRowExtremes({linear_.data(), SampleKind::F64}, width_, y, card_->extremes_, placed,
+                        greenOnly);
 }
 
 void CardBuild::Finish() {
