@@ -124,14 +124,26 @@ TEST(Batch, ReportsEveryRowAndPreviewsTheOutput) {
     for (std::int64_t x = 0; x < 6; ++x) EXPECT_EQ(rig.state.presult->Pixel(x, 0), RGB(0, 0, 0, 0));
 }
 
+// How many of this process's open files are the given file.
+int OpenDescriptorsOn(const std::filesystem::path& file) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ec;
+        count += std::filesystem::read_symlink(entry.path(), ec) == file;
+    }
+    return count;
+}
+
 // A subject of one strip stopped short, against a big-endian card: stopped by
 // the user after two rows, its output holds those rows corrected and the
-// subject's own after them, and the row has no mark; a write that fails from
-// the second row on crosses the row, and the rows after the first stay empty,
-// since the window writes each row once; an IOException ends the batch with
-// its message, as it ends brisavane-cli's file with its words. Each runs in a
-// child, so that a file size limit stays there, and writes into the subjects'
-// own folder, where no subject changes.
+// subject's own after them, the row has no mark and the next subject is never
+// taken up; a write that fails from the second row on crosses the row, and
+// the rows after the first stay empty, since the window writes each row once,
+// and the next subject is tried; an IOException ends the batch with its
+// message, as it ends brisavane-cli's file with its words. Each time the
+// output is closed and the bar hidden. Each runs in a child, so that a file
+// size limit stays there, and writes into the subjects' own folder, where no
+// subject changes.
 TEST(Batch, StopsShort) {
     const TiffSpec card = Card(16, false), subject = Scene(16, true);
     const BuiltTiff built = BuildTiff(subject);
@@ -146,6 +158,7 @@ TEST(Batch, StopsShort) {
     for (const char* fault : {"cancel", "write", "exception"}) {
         BatchRig rig(card);
         rig.AddSubject("a.tif", built.bytes);
+        rig.AddSubject("b.tif", built.bytes);
         rig.host.cancelAfterPumps = fault[0] == 'c' ? 2 : -1;
         rig.host.onPump = [&] {
             if (fault[0] == 'e' && rig.host.pumps == 2)
@@ -161,11 +174,15 @@ TEST(Batch, StopsShort) {
                 rig.host.dialogs.messages.empty() ? "" : rig.host.dialogs.messages[0];
             for (const auto& [row, mark] : rig.host.marks)
                 marks += (mark == RowMark::Check ? "Check " : "Cross ") + rig.Message(row);
-            return marks;
+            const bool shown = rig.host.progress.visibility.back();
+            const auto output = std::filesystem::canonical(rig.SubjectPath("a_eq.tif"));
+            return marks + "|" + std::to_string(OpenDescriptorsOn(output) + shown);
         });
-        EXPECT_EQ(shown.out, fault[0] == 'c'   ? ""
-                             : fault[0] == 'w' ? "Cross " + kProblem
-                                               : "IOException: ");
+        EXPECT_EQ(shown.out, (fault[0] == 'c'   ? ""
+                              : fault[0] == 'w' ? "Cross " + kProblem + "Cross " + kProblem
+                                                : "IOException: ") +
+                                 "|0");
+        EXPECT_EQ(std::filesystem::exists(rig.SubjectPath("b_eq.tif")), fault[0] == 'w');
         EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")),
                   output(fault[0] == 'w' ? 1 : 2, fault[0] == 'w'));
         EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), built.bytes);
@@ -179,6 +196,21 @@ TEST(Batch, StopsShort) {
                   "a.tif: failed: the card's stream closed");
         EXPECT_TRUE(std::filesystem::is_empty(rig.dir / "cli"));
     }
+}
+
+// Process, in a child whose writes fail from the output's first byte on:
+// whether the first row is crossed, and its message.
+std::string CrossedWhenWritesFail(BatchRig& rig) {
+    rig.host.cancelAfterPumps = -1;
+    rig.host.onStatus = [](const std::string& status) {
+        if (status.starts_with("Saving file: ")) LimitFileSize(1);
+    };
+    std::filesystem::create_directories(rig.dir / "limited");
+    return InChild([&] {
+               rig.Press(rig.dir / "limited");
+               return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
+           })
+        .out;
 }
 
 // Subjects of other layouts take the libtiff road in the window too: Check,
@@ -200,10 +232,8 @@ TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
         SCOPED_TRACE(layout);
         BatchRig rig(card);
         WriteTiff(rig.dir / "plain.tif", scene);
-        ASSERT_EQ(std::system(("tiffcp " + std::string(layout) + " " +
-                               (rig.dir / "plain.tif").string() + " " + rig.SubjectPath("t.tif"))
-                                  .c_str()),
-                  0);
+        Shell("tiffcp " + std::string(layout) + " " + (rig.dir / "plain.tif").string() + " " +
+              rig.SubjectPath("t.tif"));
         rig.host.rows.push_back({true, "t.tif"});
         const CliRun cli = Equalize({"--white", rig.dir / "white.tif", "--output",
                                      rig.dir / "subjects", rig.SubjectPath("t.tif")});
@@ -234,24 +264,20 @@ TEST(BatchLibtiffRoad, ChecksStopsAndCrosses) {
         EXPECT_EQ(stopped.Colours(0, written),
                   Decode(rig.SubjectPath("t_eq.tif")).Colours(0, written));
         EXPECT_EQ(stopped.Colours(written), Decode(rig.SubjectPath("t.tif")).Colours(written));
-
-        rig.host.cancelAfterPumps = -1;
-        rig.host.onStatus = [](const std::string& status) {
-            if (status.starts_with("Saving file: ")) LimitFileSize(1);
-        };
-        std::filesystem::create_directories(rig.dir / "limited");
-        const ChildResult limited = InChild([&] {
-            rig.Press(rig.dir / "limited");
-            return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
-        });
-        EXPECT_EQ(limited.out, "1" + kProblem);
+        EXPECT_EQ(CrossedWhenWritesFail(rig), "1" + kProblem);
     }
 }
-// A strip too large to hold (over LibtiffFile::kHeldChunk decoded), stopped
-// after a few rows, leaves the output the subject's own bytes, its directory
-// too, and no mark; a write that fails crosses the row.
-TEST(BatchLibtiffRoad, StripTooLargeToHoldStopsAsTheSubject) {
-    TiffSpec card = SpecOf(1600, 1750, 16, true), scene = card;
+// Strips too large to hold decoded (over LibtiffFile::kHeldChunk) are read and
+// written a row at a time, the subject's and the card's alike: the command
+// line gives the pixels of the same files in plain strips, and fails the file
+// under a file size limit that the copy meets no sooner than the strip
+// written anew. The window, stopped after a few rows, leaves the output the
+// subject's own bytes, its directory too, and no mark; a write that fails
+// crosses the row.
+TEST(BatchLibtiffRoad, StripTooLargeToHoldGoesRowByRow) {
+    constexpr std::uint32_t kWide = 1600, kTall = 1750;
+    static_assert(std::uint64_t{kWide} * kTall * 6 > LibtiffFile::kHeldChunk);
+    TiffSpec card = SpecOf(kWide, kTall, 16, true), scene = card;
     card.pixel = [](std::uint32_t x, std::uint32_t) {
         return Rgb{9, static_cast<std::uint16_t>(60000 - x * 9), 9};
     };
@@ -259,26 +285,32 @@ TEST(BatchLibtiffRoad, StripTooLargeToHoldStopsAsTheSubject) {
         return Rgb{static_cast<std::uint16_t>(x * 40), static_cast<std::uint16_t>(y * 30), 500};
     };
     BatchRig rig(card);
-    WriteTiff(rig.dir / "plain.tif", scene);
-    ASSERT_EQ(std::system(("tiffcp -c lzw -r 1750 " + (rig.dir / "plain.tif").string() + " " +
-                           rig.SubjectPath("big.tif"))
-                              .c_str()),
-              0);
+    const std::string white = rig.dir / "white.tif", lzwWhite = rig.dir / "white_lzw.tif",
+                      plain = rig.dir / "plain.tif", big = rig.SubjectPath("big.tif");
+    WriteTiff(plain, scene);
+    Shell("tiffcp -c lzw -r 1750 " + plain + " " + big);
+    Shell("tiffcp -c lzw -r 1750 " + white + " " + lzwWhite);
+    for (const auto& [by, subject, out] :
+         {std::tuple{white, plain, "out"}, {lzwWhite, big, "lzw"}}) {
+        std::filesystem::create_directories(rig.dir / out);
+        const CliRun run = Equalize({"--white", by, "--output", rig.dir / out, subject});
+        EXPECT_EQ(run.code, 0) << run.out << run.err;
+    }
+    // Compared whole, not printed: 17 MB either side.
+    EXPECT_TRUE(Decode(rig.dir / "lzw/big_eq.tif").pixels ==
+                Decode(rig.OutputPath("plain_eq.tif")).pixels);
+    const auto limit = std::filesystem::file_size(big);
+    const ChildResult limited = RunProgram(
+        {BRISAVANE_CLI, "equalize", "--white", white, "--output", rig.dir.Path().string(), big},
+        [&] { LimitProgramFileSize(limit, rig.dir / "counts"); });
+    EXPECT_EQ(limited.exitCode, 1);
+    EXPECT_TRUE(limited.out.starts_with("big.tif: failed: " + kProblem)) << limited.out;
+
     rig.host.rows.push_back({true, "big.tif"});
     rig.host.cancelAfterPumps = 3;
     rig.Press();
     EXPECT_TRUE(rig.host.marks.empty());
-    // Compared whole, not printed: 17 MB either side.
-    EXPECT_TRUE(ReadFile(rig.OutputPath("big_eq.tif")) == ReadFile(rig.SubjectPath("big.tif")));
-    rig.host.cancelAfterPumps = -1;
-    rig.host.onStatus = [](const std::string& status) {
-        if (status.starts_with("Saving file: ")) LimitFileSize(1);
-    };
-    std::filesystem::create_directories(rig.dir / "limited");
-    const ChildResult limited = InChild([&] {
-        rig.Press(rig.dir / "limited");
-        return std::to_string(rig.host.marks.at(0) == RowMark::Cross) + rig.Message(0);
-    });
-    EXPECT_EQ(limited.out, "1" + kProblem);
+    EXPECT_TRUE(ReadFile(rig.OutputPath("big_eq.tif")) == ReadFile(big));
+    EXPECT_EQ(CrossedWhenWritesFail(rig), "1" + kProblem);
 }
 }  // namespace

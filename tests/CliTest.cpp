@@ -131,10 +131,8 @@ TEST(CliWords, InfoPrintsTheRecord) {
                   "where its rows stand\n");
     TempFolder dir;
     const std::string tiled = dir / "tiled.tif";
-    ASSERT_EQ(std::system(("tiffcp -8 -B -t -w 16 -l 16 -c lzw:2 -p separate " +
-                           std::string(BRISAVANE_SAMPLES) + "/white_card_8bit.tif " + tiled)
-                              .c_str()),
-              0);
+    Shell("tiffcp -8 -B -t -w 16 -l 16 -c lzw:2 -p separate " + std::string(BRISAVANE_SAMPLES) +
+          "/white_card_8bit.tif " + tiled);
     const CliRun big = Info({tiled});
     EXPECT_EQ(big.code, 2);
     EXPECT_EQ(big.err, "Not a valid TIFF file.\n");

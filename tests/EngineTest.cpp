@@ -21,10 +21,6 @@
 namespace {
 namespace fs = std::filesystem;
 
-void Shell(const std::string& command) {
-    EXPECT_EQ(std::system(command.c_str()), 0) << command;
-}
-
 // On the 16-bit scale (8-bit files take a 257th): a card with a colour cast,
 // a second, dimmer shot of it, a dark frame, a subject from black to the
 // ceiling and an extra sample. 300 x 170 pixels: tiles and strips end short,
@@ -303,44 +299,6 @@ INSTANTIATE_TEST_SUITE_P(Layouts, Engine,
                          ::testing::Combine(::testing::ValuesIn(kLayouts),
                                             ::testing::ValuesIn(kModes), ::testing::Values(8, 16)),
                          kName);
-// Strips too large to hold decoded (over LibtiffFile::kHeldChunk) are read and
-// written a row at a time, the subject's and the card's alike, and give the
-// pixels of the same files in plain strips.
-TEST(EngineRowByRow, OneStripLzwSubjectAndCardGiveThePlainPixels) {
-    constexpr std::uint32_t kWide = 1600, kTall = 1750;
-    static_assert(std::uint64_t{kWide} * kTall * 6 > LibtiffFile::kHeldChunk);
-    TempFolder dir;
-    for (const char* name : {"card", "subject"}) {
-        std::vector<std::uint16_t> samples(std::size_t{kWide} * kTall * 3);
-        for (std::size_t i = 0; i < samples.size(); ++i)
-            samples[i] = static_cast<std::uint16_t>(name[0] == 'c' ? 60000 - i / 3 % kWide * 9
-                                                                   : i * 37 % 65000);
-        WriteWithLibtiff(dir / (std::string(name) + ".tif"),
-                         ImageOfSamples(kWide, kTall, 16, samples));
-        Shell("tiffcp -c lzw -r " + std::to_string(kTall) + " " + (dir / name).string() + ".tif " +
-              (dir / name).string() + "_lzw.tif");
-    }
-    for (const std::string kind : {"", "_lzw"}) {
-        fs::create_directories(dir / ("out" + kind));
-        const CliRun run = Equalize({"--white", dir / ("card" + kind + ".tif"), "--output",
-                                     dir / ("out" + kind), dir / ("subject" + kind + ".tif")});
-        EXPECT_EQ(run.code, 0) << run.out << run.err;
-    }
-    // Compared whole, not printed: 17 MB either side.
-    EXPECT_TRUE(Decode(dir / "out_lzw/subject_lzw_eq.tif").pixels ==
-                Decode(dir / "out/subject_eq.tif").pixels);
-    // A file size limit that the copy meets no sooner than the strip written anew.
-    const auto limit = fs::file_size(dir / "subject_lzw.tif");
-    const ChildResult limited =
-        RunProgram({BRISAVANE_CLI, "equalize", "--white", dir / "card.tif", "--output",
-                    dir.Path().string(), dir / "subject_lzw.tif"},
-                   [&] { LimitProgramFileSize(limit, dir / "counts"); });
-    EXPECT_EQ(limited.exitCode, 1);
-    EXPECT_TRUE(
-        limited.out.starts_with("subject_lzw.tif: failed: Problem writing equalized TIFF file."))
-        << limited.out;
-}
-
 // A card of several shots is kept in a scratch file in $TMPDIR that never has
 // a name, or, where the file system can't make one without a name (stood for
 // by a library that refuses such files), is named and unlinked at once: the

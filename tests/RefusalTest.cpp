@@ -81,7 +81,7 @@ Make Changed(TiffSpec spec, const std::string& command) {
         std::string line = command;
         for (auto at = line.find('%'); at != std::string::npos; at = line.find('%'))
             line.replace(at, 1, path);
-        EXPECT_EQ(std::system(line.c_str()), 0) << line;
+        Shell(line);
     };
 }
 

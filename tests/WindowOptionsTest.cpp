@@ -181,23 +181,12 @@ TEST_F(WindowOptions, CardLibraryGivesTheCommandLinesBytes) {
     const fs::path cards = folder / "cards", subjects = folder / "subjects";
     fs::create_directories(cards);
     fs::create_directories(subjects);
-    const auto shot = [](double fNumber) {
-        return CardExif{.width = 6,
-                        .height = 4,
-                        .bitsPerSample = 16,
-                        .make = "Maker",
-                        .model = "Camera X",
-                        .hasExif = true,
-                        .lensModel = "Macro 100mm",
-                        .focalLength = 100,
-                        .fNumber = fNumber};
-    };
-    WriteExifTiff(cards / "a.tif", shot(8), {.level = 61000});
-    WriteExifTiff(cards / "c.tif", shot(11), {.level = 59000});
+    WriteExifTiff(cards / "a.tif", Macro(8, "2024:05:01 10:00:00"), {.level = 61000});
+    WriteExifTiff(cards / "c.tif", Macro(11, "2024:05:01 10:00:00"), {.level = 59000});
     WriteExifTiff(cards / "e.tif", {.width = 6, .height = 4, .bitsPerSample = 16},
                   {.level = 57000});
     for (const auto& [name, fNumber] : {std::pair{"1.tif", 8.0}, {"3.tif", 11.0}, {"5.tif", 4.0}})
-        WriteExifTiff(subjects / name, shot(fNumber), {.level = 30000});
+        WriteExifTiff(subjects / name, Macro(fNumber, "2024:05:01 12:00:00"), {.level = 30000});
     dialogs.folderAnswers.push_back(cards);
     static_cast<MenuBar1*>(win->menuBar())->Item("OpenCardFolder")->trigger();
     EXPECT_EQ(Texts({"TxtWhite", "TxtInfoWhite"}), "cards\nCard library: 2 usable cards\n");

@@ -13,6 +13,22 @@
 
 #include "CardExif.h"
 
+// Camera X with the macro lens at 100 mm, 6 x 4 pixels of 16 bits.
+inline CardExif Macro(double fNumber, const char* when) {
+    return {.width = 6,
+            .height = 4,
+            .bitsPerSample = 16,
+            .make = "Maker",
+            .model = "Camera X",
+            .hasExif = true,
+            .lensMake = "Lenscorp",
+            .lensModel = "Macro 100mm",
+            .lensSpecification = {{100, 100, 2.8, 2.8}},
+            .focalLength = 100,
+            .fNumber = fNumber,
+            .dateTimeOriginal = when};
+}
+
 // What the file holds beyond its EXIF: its pixels (the bytes of `pixels`
 // when given, else a slope from `level`, black at 0), compression, and an
 // XMP packet when one is given.

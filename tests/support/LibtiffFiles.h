@@ -89,11 +89,11 @@ inline void WriteWithLibtiff(const std::filesystem::path& path, const LibtiffIma
 }
 
 // A file of any layout, decoded strip by strip or tile by tile into one
-// interleaved host-order image of all its samples.
+// interleaved host-order image of all its samples, and its ICC profile.
 struct Decoded {
     std::uint32_t width = 0, height = 0;
-    std::uint16_t samples = 0, bits = 0;
-    std::vector<std::uint8_t> pixels;
+    std::uint16_t samples = 0, bits = 0, photometric = 0;
+    std::vector<std::uint8_t> pixels, profile;
 
     std::size_t At(std::uint32_t x, std::uint32_t y, std::uint16_t s) const {
         return ((std::size_t{y} * width + x) * samples + s) * (bits / 8);
@@ -110,11 +110,15 @@ struct Decoded {
 
 inline Decoded Decode(const std::filesystem::path& path) {
     LibtiffFile file(path, "r");
-    Decoded d{file.width, file.height, file.samples, file.bits};
+    Decoded d{file.width, file.height, file.samples, file.bits, file.photometric};
+    std::uint32_t length = 0;
+    std::uint8_t* profile = nullptr;
     if (!file.Handle()) {
         ADD_FAILURE() << path << " can't be read";
         return d;
     }
+    if (TIFFGetField(file.Handle(), TIFFTAG_ICCPROFILE, &length, &profile))
+        d.profile.assign(profile, profile + length);
     d.pixels.resize(d.At(0, file.height, 0));
     std::vector<std::uint8_t> chunk(file.ChunkBytes());
     const std::size_t w = d.bits / 8, per = file.ChunkSamples();
@@ -127,6 +131,11 @@ inline Decoded Decode(const std::filesystem::path& path) {
     }
     EXPECT_EQ(file.Error(), "") << path;
     return d;
+}
+
+// A command, such as tiffcp remaking a file in another layout, that must succeed.
+inline void Shell(const std::string& command) {
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
 }
 
 inline std::vector<std::uint8_t> FileBytes(const std::filesystem::path& path) {

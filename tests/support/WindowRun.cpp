@@ -26,9 +26,8 @@
 #include "FakeDialogs.h"
 #include "FileTypes.h"
 #include "MenuBar1.h"
-#include "PictureImage.h"
 #include "PngFile.h"
-#include "ResourcePictures.h"
+#include "RowMarkOf.h"
 #include "WinEqualize.h"
 
 namespace {
@@ -78,18 +77,6 @@ T* Control(WinEqualize& win, const char* name) {
 
 void Click(WinEqualize& win, const char* name) {
     QTest::mouseClick(Control(win, name), Qt::LeftButton);
-}
-
-// The row picture is kept in the mark column's cell under the role the
-// delegate draws from (RowPictureDelegate); no picture means no mark.
-const char* MarkOf(const QTableWidget& list, int row) {
-    const QTableWidgetItem* cell = list.item(row, 0);
-    const QVariant shown = cell ? cell->data(Qt::UserRole + 1) : QVariant();
-    if (!shown.isValid()) return "none";
-    const QImage image = shown.value<QImage>();
-    if (image == ToQImage(*ResourcePictures::Check())) return "check";
-    if (image == ToQImage(*ResourcePictures::Cross())) return "cross";
-    return "unknown";
 }
 
 void WritePictures(const WindowState& state, const fs::path& folder) {
