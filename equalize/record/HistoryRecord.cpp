@@ -125,10 +125,10 @@ std::string HistoryTimeNow() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
-    char text[40];
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
+    char date[32], zone[8];
+    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
     // strftime gives the offset as +0200; XMP's dates want +02:00.
-    std::string when = text;
-    when.insert(when.size() - 2, ":");
-    return when;
+    std::strftime(zone, sizeof zone, "%z", &local);
+    const std::string offset = zone;
+    return date + offset.substr(0, 3) + ":" + offset.substr(3);
 }
