@@ -70,19 +70,25 @@ TEST(Batch, WritesTickedSubjectsAndPassesOverTheRest) {
 }
 
 // Pointing the save dialog at the subject itself never writes the subject;
+// into a folder that isn't there, the row is crossed and the next one taken;
 // cancelling it ends the batch through the nil object handler, with an empty
 // errstr after a good open, and leaves the old output.
 TEST(Batch, SubjectIsNeverItsOwnOutput) {
     BatchRig rig;
-    rig.AddSubject("a.tif", BuildTiff(Scene()).bytes);
-    rig.AddSubject("b.tif", BuildTiff(Scene()).bytes);
-    WriteFile(rig.OutputPath("a_eq.tif"), "old");
-    WriteFile(rig.OutputPath("b_eq.tif"), "old");
-    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif"), ""};
+    for (const char* name : {"a", "b", "c"}) {
+        rig.AddSubject(name + std::string(".tif"), BuildTiff(Scene()).bytes);
+        WriteFile(rig.OutputPath(name + std::string("_eq.tif")), "old");
+    }
+    rig.host.dialogs.saveAnswers = {rig.SubjectPath("a.tif"), rig.dir.Path() / "gone" / "b.tif",
+                                    ""};
     rig.Press();
+    EXPECT_EQ(rig.host.dialogs.saveProposals,
+              (std::vector<std::string>{"a_eq.tif", "b_eq.tif", "c_eq.tif"}));
     EXPECT_EQ(ReadFile(rig.SubjectPath("a.tif")), BuildTiff(Scene()).bytes);
-    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), "old");
-    EXPECT_TRUE(rig.host.marks.empty());
+    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")) + ReadFile(rig.OutputPath("c_eq.tif")),
+              "oldold");
+    EXPECT_EQ(rig.host.marks, (std::map<std::int64_t, RowMark>{{1, RowMark::Cross}}));
+    EXPECT_EQ(rig.Message(1), kProblem);
     EXPECT_EQ(rig.host.dialogs.messages, std::vector<std::string>{"Nil Object: "});
 }
 
@@ -141,7 +147,8 @@ int OpenDescriptorsOn(const std::filesystem::path& file) {
 // the rows after the first stay empty, since the window writes each row once,
 // and the next subject is tried; an IOException ends the batch with its
 // message, as it ends brisavane-cli's file with its words. Each time the
-// output is closed and the bar hidden. Each runs in a child, so that a file
+// output is closed; the bar is hidden, but for the exception, which leaves it
+// as it stood. Each runs in a child, so that a file
 // size limit stays there, and writes into the subjects' own folder, where no
 // subject changes.
 TEST(Batch, StopsShort) {
@@ -176,12 +183,13 @@ TEST(Batch, StopsShort) {
                 marks += (mark == RowMark::Check ? "Check " : "Cross ") + rig.Message(row);
             const bool shown = rig.host.progress.visibility.back();
             const auto output = std::filesystem::canonical(rig.SubjectPath("a_eq.tif"));
-            return marks + "|" + std::to_string(OpenDescriptorsOn(output) + shown);
+            return marks + "|" + std::to_string(OpenDescriptorsOn(output)) +
+                   (shown ? " shown" : "");
         });
         EXPECT_EQ(shown.out, (fault[0] == 'c'   ? ""
                               : fault[0] == 'w' ? "Cross " + kProblem + "Cross " + kProblem
                                                 : "IOException: ") +
-                                 "|0");
+                                 "|0" + (fault[0] == 'e' ? " shown" : ""));
         EXPECT_EQ(std::filesystem::exists(rig.SubjectPath("b_eq.tif")), fault[0] == 'w');
         EXPECT_EQ(ReadFile(rig.SubjectPath("a_eq.tif")),
                   output(fault[0] == 'w' ? 1 : 2, fault[0] == 'w'));

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "WhiteCardWorkflow.h"
 #include "FakeDialogs.h"
+#include "WhiteCardWorkflow.h"
 
 // Records what opening a white card did to the window.
 class FakeWhiteCardHost final : public WhiteCardHost {

@@ -115,21 +115,6 @@ TEST(WritesThatFail, CrossOrFailedLineThenTheNextFile) {
     }
 }
 
-// The save dialog (for an output that exists) pointed into a folder that
-// isn't there: that file can't be written, the next one is.
-TEST(UnwritablePlace, CrossThenTheNextFile) {
-    BatchRig rig;
-    rig.AddSubject("a.tif", BuildTiff(Subject(0)).bytes);
-    rig.AddSubject("b.tif", BuildTiff(Subject(0, false)).bytes);
-    WriteFile(rig.OutputPath("a_eq.tif"), "an earlier output");
-    rig.host.dialogs.saveAnswers = {rig.dir.Path() / "gone" / "a.tif"};
-    rig.Press();
-    EXPECT_EQ(Outcome(rig), "0 Cross " + std::string(kProblem) + "\n1 Check \n");
-    EXPECT_EQ(ReadFile(rig.OutputPath("a_eq.tif")), "an earlier output");
-    EXPECT_EQ(ReadFile(rig.OutputPath("b_eq.tif")), Expected(Subject(0, false)));
-    EXPECT_EQ(rig.host.statuses.back(), "");
-}
-
 // brisavane-cli writing six 9 MB subjects into their own folder (so many that
 // a busy machine can't finish them before the signal), ended by a signal once
 // the first file is written: at once, or, settled, once the next file's

@@ -111,15 +111,6 @@ TEST_F(WholeJob, OpenChooseTickProcessAndReadTheResults) {
             EXPECT_EQ(ReadFile(out / o.output), ExpectedOutput(subjects.at(o.name), card, target));
         }
     }
-
-    // Into the same folder again: each existing output asks where to save, once.
-    dialogs.saveAnswers = {folder / "first.tif", folder / "second.tif"};
-    QTest::keyClick(amount, Qt::Key_End);  // the Process rule brings the button back
-    Process(out);
-    EXPECT_EQ(dialogs.saveProposals, (std::vector<std::string>{"a_little_eq.tif", "b_big_eq.tif"}));
-    EXPECT_EQ(ReadFile(folder / "first.tif"), ReadFile(out / "a_little_eq.tif"));
-    EXPECT_EQ(ReadFile(folder / "second.tif"), ReadFile(out / "b_big_eq.tif"));
-    EXPECT_TRUE(dialogs.messages.empty());
 }
 
 // The steps the README gives a new user, on the shipped samples, with the
