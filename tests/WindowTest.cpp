@@ -1,5 +1,4 @@
 #include <QCheckBox>
-#include <QClipboard>
 #include <QDir>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -100,23 +99,6 @@ TEST_F(WindowTest, EscapeAndControlPeriodCancelOnlyARunningOperation) {
     QTest::keyClick(win.get(), Qt::Key_Period, Qt::ControlModifier);
     EXPECT_TRUE(pump.UserCancelled());
     pump.End();
-}
-
-TEST_F(WindowTest, EditItemsActOnTheFocusedField) {
-    win->show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(win.get()));
-    auto* field = Get<QLineEdit>("FldScale");
-    field->setFocus();
-    auto* bar = qobject_cast<MenuBar1*>(win->menuBar());
-    ASSERT_TRUE(bar);
-    bar->Item("EditSelectAll")->trigger();
-    EXPECT_EQ(field->selectedText(), "100.0");
-    bar->Item("EditCopy")->trigger();
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), "100.0");
-    bar->Item("EditClear")->trigger();
-    EXPECT_EQ(field->text(), "");
-    bar->Item("EditUndo")->trigger();
-    EXPECT_EQ(field->text(), "100.0");
 }
 
 // The version is filled in as each new About window opens.
