@@ -301,27 +301,4 @@ TEST_F(CardLibraryRun, AnalyzeListsTheLibrary) {
     }
 }
 
-// A library that can't serve stops the run before any subject.
-TEST_F(CardLibraryRun, RefusesALibraryThatCantServe) {
-    Subject("1.tif", Macro(8, "2024:05:01 12:00:00"));
-    std::filesystem::create_directories(folder / "empty");
-    const std::string subjects = folder / "subjects";
-    const std::pair<std::vector<std::string>, std::string> kRows[] = {
-        {{"--cards", folder / "empty"},
-         "brisavane-cli equalize: no file in " + (folder / "empty").string() +
-             " serves as a white card\n"},
-        {{"--cards", folder / "none"},
-         "brisavane-cli equalize: the card library " + (folder / "none").string() +
-             " is not a folder\n"},
-        {{"--cards", subjects},
-         "brisavane-cli equalize: the card library " + subjects + " holds the subject " + subjects +
-             "/1.tif\n"},
-    };
-    for (const auto& [cards, err] : kRows) {
-        const CliRun r = Run("out", cards);
-        EXPECT_EQ(r.code, 2);
-        EXPECT_EQ(r.err.substr(0, err.size()), err);
-        EXPECT_TRUE(std::filesystem::is_empty(folder / "out"));
-    }
-}
 }  // namespace

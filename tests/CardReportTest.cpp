@@ -198,34 +198,4 @@ INSTANTIATE_TEST_SUITE_P(
         CardCase{"Dust8", 8, false, Dusty, DustChecks}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// A card too small, with a broken profile, a report folder under a file and
-// a format it doesn't know: exit 2 with the words, and no page, no hidden part
-// left; the format is refused before the folder is made.
-TEST(CardReportRefuses, WithExitTwoAndNoPageLeft) {
-    const std::tuple<std::uint32_t, std::vector<std::uint8_t>, const char*, const char*,
-                     std::vector<std::string>>
-        cases[] = {
-            // width, profile, folder, words, more after --report
-            {10, {}, "out", "Error: The white card is too small for a report", {}},
-            {40, PatternBytes(300), "out", "Error: The white card's ICC profile can't be read", {}},
-            {40, {}, "w.tif/out", "Error: The report folder can't be written", {}},
-            {40, {}, "out", "brisavane-cli analyze: --format", {"--format", "A5"}}};
-    for (const auto& [width, profile, out, words, more] : cases) {
-        TempFolder folder;
-        LibtiffImage card =
-            ImageOfSamples(width, 40, 8, std::vector<std::uint16_t>(width * 40 * 3, 200));
-        card.profile = profile;
-        WriteWithLibtiff(folder / "w.tif", card);
-        std::vector<std::string> args = {folder / "w.tif", "--report", folder / out};
-        args.insert(args.end(), more.begin(), more.end());
-        const CliRun run = Analyze(args);
-        EXPECT_EQ(run.code, 2);
-        EXPECT_EQ(run.err.rfind(words, 0), 0u) << run.err;
-        int files = 0;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.Path()))
-            files += entry.is_regular_file();
-        EXPECT_EQ(files, 1) << words;
-        EXPECT_TRUE(more.empty() || !std::filesystem::exists(folder / out)) << words;
-    }
-}
 }  // namespace

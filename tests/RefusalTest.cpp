@@ -8,10 +8,12 @@
 #include <lcms2.h>
 
 #include <cctype>
+#include <regex>
 
 #include "BatchRig.h"
 #include "CliRun.h"
 #include "FakeWhiteCardHost.h"
+#include "FileHashes.h"
 #include "LibtiffFiles.h"
 #include "ReferenceEqualize.h"
 #include "SavedProfile.h"
@@ -258,37 +260,58 @@ INSTANTIATE_TEST_SUITE_P(Files, RefusedSubject, ::testing::ValuesIn(With(&Refusa
                          kLabel);
 INSTANTIATE_TEST_SUITE_P(Files, RefusedCard, ::testing::ValuesIn(With(&Refusal::card)), kLabel);
 
-// Cards that don't go together and subjects the modes can't take: a usage
-// error (exit 2) or a failed line (exit 1) with the reason, nothing written.
-TEST(RefusedByTheModes, SayWhyAndWriteNothing) {
+// Runs the modes, a card library or the card report can't take: refused as a
+// whole (exit 2) or a subject failed (exit 1), in their words; nothing is
+// written and no report folder is made. "@name" stands for a file of the run.
+TEST(RefusedRuns, SayWhyAndWriteNothing) {
     TempFolder dir;
-    const auto make = [&](const char* name, std::uint32_t width, std::vector<std::uint8_t> icc) {
-        LibtiffImage image = PatternImage(width, 4, 16);
-        image.profile = std::move(icc);
+    const std::vector<std::uint8_t> broken = {0, 0, 0, 7, 'a', 'c', 's', 'p', 'I', 'C', 'C', '!'};
+    for (const auto& [name, width, bits, icc] :
+         {std::tuple{"card.tif", 6u, 16, std::vector<std::uint8_t>{}},
+          {"small.tif", 5u, 16, {}},
+          {"srgb.tif", 6u, 16, SavedProfile(cmsCreate_sRGBProfile())},
+          {"broken.tif", 6u, 16, broken},
+          {"r10.tif", 10u, 8, {}},
+          {"r40.tif", 40u, 8, {}},
+          {"bad40.tif", 40u, 8, PatternBytes(300)}}) {
+        LibtiffImage image = PatternImage(width, width > 6 ? 40 : 4, bits);
+        image.profile = icc;
         WriteWithLibtiff(dir / name, image);
-        return (dir / name).string();
-    };
-    const std::string card = make("card.tif", 6, {}), small = make("small.tif", 5, {}),
-                      subject = make("subject.tif", 6, {}),
-                      srgb = make("srgb.tif", 6, SavedProfile(cmsCreate_sRGBProfile())),
-                      broken = make("broken.tif", 6,
-                                    {0, 0, 0, 7, 'a', 'c', 's', 'p', 'I', 'C', 'C', '!'});
-    const std::tuple<std::vector<std::string>, int, std::string> kRows[] = {
-        {{card, "--white", small, subject}, 2, "small.tif is 5x4 16-bit, not 6x4 16-bit"},
-        {{card, "--dark", small, subject}, 2, "the dark frame " + small + " is 5x4 16-bit"},
-        {{card, "--linear", subject}, 2, "--linear: the white card has no ICC profile"},
-        {{broken, "--linear", subject}, 2, "--linear: the white card's ICC profile can't be read"},
-        {{srgb, "--linear", subject}, 1, "subject.tif: failed: --linear: the file has no ICC"},
-        {{card, "--darken", small}, 1, "different pixel dimensions. White: 6x4  Image: 5x4"}};
-    fs::create_directories(dir / "out");
-    for (const auto& [more, code, words] : kRows) {
-        std::vector<std::string> args = {"--output", dir / "out", "--white"};
-        args.insert(args.end(), more.begin(), more.end());
-        const CliRun run = Equalize(args);
-        EXPECT_EQ(run.code, code) << words;
-        EXPECT_NE((run.out + run.err).find(words), std::string::npos) << run.out << run.err;
-        EXPECT_TRUE(fs::is_empty(dir / "out")) << words;
     }
+    fs::create_directories(dir / "empty");
+    const auto files = HashFolder(dir.Path());
+    const std::string as = "is 5x4 16-bit, not 6x4 16-bit as the first white card";
+    const std::tuple<std::string, int, std::string> kRows[] = {
+        {"--white @card.tif --white @small.tif @card.tif", 2, "the white card @small.tif " + as},
+        {"--white @card.tif --dark @small.tif @card.tif", 2, "the dark frame @small.tif " + as},
+        {"--white @card.tif --linear @card.tif", 2, "--linear: the white card has no ICC profile"},
+        {"--white @broken.tif --linear @card.tif", 2,
+         "--linear: the white card's ICC profile can't be read"},
+        {"--white @srgb.tif --linear @card.tif", 1,
+         "card.tif: failed: --linear: the file has no ICC"},
+        {"--white @card.tif --darken @small.tif", 1,
+         "small.tif: failed: White and image files have different pixel dimensions. White: 6x4  "
+         "Image: 5x4\n"},
+        {"--cards @empty @card.tif", 2, "equalize: no file in @empty serves as a white card\n"},
+        {"--cards @none @card.tif", 2, "equalize: the card library @none is not a folder\n"},
+        {"--cards @ @card.tif", 2, "equalize: the card library @ holds the subject @card.tif\n"},
+        {"analyze @r10.tif --report @out", 2, "Error: The white card is too small for a report"},
+        {"analyze @bad40.tif --report @out", 2,
+         "Error: The white card's ICC profile can't be read"},
+        {"analyze @r40.tif --report @card.tif/out", 2, "Error: The report folder can't be written"},
+        {"analyze @r40.tif --report @out --format A5", 2, "brisavane-cli analyze: --format"},
+    };
+    for (const auto& [line, code, words] : kRows) {
+        const bool analyze = line.starts_with("analyze");
+        std::vector<std::string> args = Words(line.substr(analyze ? 8 : 0), dir.Path());
+        if (!analyze) args.insert(args.begin(), {"--output", dir.Path()});
+        const CliRun run = analyze ? Analyze(args) : Equalize(args);
+        EXPECT_EQ(run.code, code) << line;
+        const std::string said = std::regex_replace(words, std::regex("@"), (dir / "").string());
+        EXPECT_NE((run.out + run.err).find(said), std::string::npos) << run.out << run.err;
+    }
+    EXPECT_EQ(HashFolder(dir.Path()), files);
+    EXPECT_FALSE(fs::exists(dir / "out"));
 }
 
 // What only our reader takes, as the window has always taken it, is a card
