@@ -109,10 +109,11 @@ std::vector<Job> LibraryRuns(const std::string& cli, const fs::path& dir, const 
         Empty(out);
         Warm(inputs);
     };
-    const std::vector<std::string> equalize = {cli, "equalize", "--jobs", "1", "--output",
-                                               out.string()};
+    const std::vector<std::string> equalize = {cli, "equalize", "--jobs",
+                                               "1", "--output", out.string()};
     std::vector<std::string> library = equalize;
-    library.insert(library.end(), {"--cards", (dir / "cards").string(), (dir / "subjects").string()});
+    library.insert(library.end(),
+                   {"--cards", (dir / "cards").string(), (dir / "subjects").string()});
     std::vector<Job> jobs = {Program(library, prepare)};
     for (int k = 0; k < kLibraryCards; ++k) {
         const std::string name = std::to_string(k);
@@ -133,9 +134,10 @@ void ReportLibrary(const Run* r) {
         peak = std::max(peak, r[k].peakKiB);
     }
     Print("equalize --cards, 4 cards, 8 subjects, --jobs 1", r[0]);
-    std::printf("  7. a library of 4 cards against 4 runs of one card  %5.2f x  (target <= 1.1; "
-                "%.3f s vs %.3f s; peak %.1f vs %.1f MiB)\n",
-                r[0].seconds / apart, r[0].seconds, apart, r[0].peakKiB / 1024.0, peak / 1024.0);
+    std::printf(
+        "  7. a library of 4 cards against 4 runs of one card  %5.2f x  (target <= 1.1; "
+        "%.3f s vs %.3f s; peak %.1f vs %.1f MiB)\n",
+        r[0].seconds / apart, r[0].seconds, apart, r[0].peakKiB / 1024.0, peak / 1024.0);
 }
 
 void Report(const char* who, const Run& cp, const Run& read, const Run* r, double megabytes) {
@@ -150,10 +152,12 @@ void Report(const char* who, const Run& cp, const Run& read, const Run* r, doubl
     for (int k = 0; k < 5; ++k) Print((std::string(who) + labels[k]).c_str(), r[k]);
     std::printf("  %s1. each further subject   %6.3f s  %5.2f x cp   (target <= 2.0; CPU %.2f x)\n",
                 who, each, each / cp.seconds, eachCpu / CpuSeconds(cp));
-    std::printf("  %s2. white card scan                   %5.2f x cat  (target <= 1.5; CPU %.2f x)\n",
-                who, scan.seconds / read.seconds, CpuSeconds(scan) / CpuSeconds(read));
-    std::printf("  %s3. one subject, start and scan in    %5.2f x cp   (target <= 3.0; CPU %.2f x)\n",
-                who, one.seconds / cp.seconds, CpuSeconds(one) / CpuSeconds(cp));
+    std::printf(
+        "  %s2. white card scan                   %5.2f x cat  (target <= 1.5; CPU %.2f x)\n", who,
+        scan.seconds / read.seconds, CpuSeconds(scan) / CpuSeconds(read));
+    std::printf(
+        "  %s3. one subject, start and scan in    %5.2f x cp   (target <= 3.0; CPU %.2f x)\n", who,
+        one.seconds / cp.seconds, CpuSeconds(one) / CpuSeconds(cp));
     std::printf("  %s4. 8 subjects, files/s on all cores  %5.2f x one core (target >= 1.7)\n", who,
                 pinned.seconds / both.seconds);
     std::printf("  %s6. peak memory of equalize  %7.1f MiB       (target <= 16)\n", who,

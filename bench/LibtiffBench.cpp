@@ -70,23 +70,28 @@ void Report(const char* who, const Run& tiffcp, const Run* r) {
     Print((w + "equalize, uncompressed strips of 16 rows").c_str(), strips);
     Print((w + "8 LZW subjects, the LZW card").c_str(), lzwCard);
     Print((w + "8 LZW subjects, the card in one strip").c_str(), plainCard);
-    std::printf("  %sLZW subject      %5.2f x tiffcp    (target <= 1.3; CPU %.2f x), peak %.1f MiB\n",
-                who, lzw.seconds / tiffcp.seconds, CpuSeconds(lzw) / CpuSeconds(tiffcp),
-                lzw.peakKiB / 1024.0);
-    std::printf("  %s16-row strips    %5.2f x one strip (target <= 1.2; CPU %.2f x), peak %.1f MiB\n",
-                who, strips.seconds / engine.seconds, CpuSeconds(strips) / CpuSeconds(engine),
-                strips.peakKiB / 1024.0);
-    std::printf("  %sthe LZW card     %5.2f x one strip (target <= 1.15; CPU %.2f x), peak %.1f "
-                "MiB\n",
-                who, lzwCard.seconds / plainCard.seconds, CpuSeconds(lzwCard) / CpuSeconds(plainCard),
-                lzwCard.peakKiB / 1024.0);
+    std::printf(
+        "  %sLZW subject      %5.2f x tiffcp    (target <= 1.3; CPU %.2f x), peak %.1f MiB\n", who,
+        lzw.seconds / tiffcp.seconds, CpuSeconds(lzw) / CpuSeconds(tiffcp), lzw.peakKiB / 1024.0);
+    std::printf(
+        "  %s16-row strips    %5.2f x one strip (target <= 1.2; CPU %.2f x), peak %.1f MiB\n", who,
+        strips.seconds / engine.seconds, CpuSeconds(strips) / CpuSeconds(engine),
+        strips.peakKiB / 1024.0);
+    std::printf(
+        "  %sthe LZW card     %5.2f x one strip (target <= 1.15; CPU %.2f x), peak %.1f "
+        "MiB\n",
+        who, lzwCard.seconds / plainCard.seconds, CpuSeconds(lzwCard) / CpuSeconds(plainCard),
+        lzwCard.peakKiB / 1024.0);
 }
 
 void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, int runs) {
     const std::string depth = std::to_string(bits);
-    const Files f{dir / ("white" + depth + ".tif"),  dir / ("lzwwhite" + depth + ".tif"),
-                  dir / ("plain" + depth + ".tif"),  dir / ("lzw" + depth + ".tif"),
-                  dir / ("strips" + depth + ".tif"), dir / ("many" + depth),
+    const Files f{dir / ("white" + depth + ".tif"),
+                  dir / ("lzwwhite" + depth + ".tif"),
+                  dir / ("plain" + depth + ".tif"),
+                  dir / ("lzw" + depth + ".tif"),
+                  dir / ("strips" + depth + ".tif"),
+                  dir / ("many" + depth),
                   dir / "out"};
     WriteWhiteCard(f.white, bits);
     WriteSubject(f.plain, bits);

@@ -85,14 +85,15 @@ void Report(const char* who, const Run* r) {
     for (int k = 1; k < 7; ++k) peak = std::max(peak, r[k].peakKiB);
     std::printf("  %s4. peak memory of the modes  %6.1f MiB     (target <= 64)\n", who,
                 peak / 1024.0);
-    std::printf("  %s5. two shots and --dark    %5.2f x one shot, 8 subjects (target <= 1.2; CPU "
-                "%.2f x)\n",
-                who, twoShots.seconds / oneShot.seconds, CpuSeconds(twoShots) / CpuSeconds(oneShot));
+    std::printf(
+        "  %s5. two shots and --dark    %5.2f x one shot, 8 subjects (target <= 1.2; CPU "
+        "%.2f x)\n",
+        who, twoShots.seconds / oneShot.seconds, CpuSeconds(twoShots) / CpuSeconds(oneShot));
 }
 
 void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, int runs) {
-    const Files f{dir / "white.tif", dir / "shot.tif", dir / "dark.tif",
-                  dir / "many/subject0.tif", dir / "many", dir / "out"};
+    const Files f{dir / "white.tif",         dir / "shot.tif", dir / "dark.tif",
+                  dir / "many/subject0.tif", dir / "many",     dir / "out"};
     fs::create_directories(f.many);
     const std::vector<std::uint8_t> srgb = SavedProfile(cmsCreate_sRGBProfile());
     WriteWhiteCard(f.white, bits, srgb);
@@ -107,7 +108,8 @@ void Bench(const std::vector<std::string>& clis, const fs::path& dir, int bits, 
         jobs.insert(jobs.end(), runs.begin(), runs.end());
     }
     const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
-    std::printf("%d-bit, %u x %u, sRGB profile, median of %d rounds\n", bits, kWidth, kHeight, runs);
+    std::printf("%d-bit, %u x %u, sRGB profile, median of %d rounds\n", bits, kWidth, kHeight,
+                runs);
     for (std::size_t k = 0; k < clis.size(); ++k) Report(Who(k), &inTurn[7 * k]);
 }
 }  // namespace

@@ -105,12 +105,12 @@ void Compare(const char* what, const std::vector<std::string>& clis, const fs::p
     std::vector<Job> jobs = {WindowJob(white, subjects, out, true, shownProcess),
                              WindowJob(white, subjects, out, false, bareProcess)};
     for (const std::string& cli : clis)
-        jobs.push_back(Program(
-            {cli, "equalize", "--white", white.string(), "--output", out.string(), subject.string()},
-            [&] {
-                Empty(out);
-                Warm({white, subject});
-            }));
+        jobs.push_back(Program({cli, "equalize", "--white", white.string(), "--output",
+                                out.string(), subject.string()},
+                               [&] {
+                                   Empty(out);
+                                   Warm({white, subject});
+                               }));
     const std::vector<Run> inTurn = MeasureInTurn(jobs, runs);
     const Run &shown = inTurn[0], &bare = inTurn[1], &command = inTurn[2];
     std::printf("%s, median of %d rounds\n", what, runs);

@@ -15,5 +15,4 @@ struct CardReportRequest {
 // Writes report.html, report.json and the pictures the page shows into the
 // folder, each under a hidden name first and renamed once all are written, so
 // no half-written report is left under the final names. Returns the exit status.
-int WriteCardReport(const CardSource& white, const CardReportRequest& request,
-                    std::ostream& err);
+int WriteCardReport(const CardSource& white, const CardReportRequest& request, std::ostream& err);

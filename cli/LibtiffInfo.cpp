@@ -55,9 +55,9 @@ bool PrintLibtiffBlock(const std::string& path, std::ostream& out) {
         << " extra\n  BigTIFF: " << (image.bigTiff ? "yes" : "no")
         << "\n  ByteOrder: " << (image.bigEndian ? "big-endian" : "little-endian")
         << "\n  Tags: " << TagsPresent(path, image) << "\n  Equalized: "
-        << (!unusable.empty()         ? "refused: this is " + unusable
+        << (!unusable.empty()       ? "refused: this is " + unusable
             : image.OneStripPlain() ? "as one plain strip, streamed where its rows stand"
-                                      : "through libtiff")
+                                    : "through libtiff")
         << "\n";
     return true;
 }

@@ -81,9 +81,8 @@ bool Open(const std::string& subject, int out, OpenCopy& files) {
     files.length = from.st_size;
     files.out = out;
     struct stat to {};
-    return out >= 0 && ::fstat(out, &to) == 0 && S_ISREG(to.st_mode) &&
-           ::ftruncate(out, 0) == 0 && ::fchmod(out, from.st_mode) == 0 &&
-           ::ftruncate(out, from.st_size) == 0;
+    return out >= 0 && ::fstat(out, &to) == 0 && S_ISREG(to.st_mode) && ::ftruncate(out, 0) == 0 &&
+           ::fchmod(out, from.st_mode) == 0 && ::ftruncate(out, from.st_size) == 0;
 }
 
 // Copies every byte of the open files but the skipped ranges.
@@ -116,7 +115,8 @@ bool CopyAround(const std::string& subject, int out, std::vector<ByteRange> skip
 
 std::unique_ptr<LeftOutCopy> LeftOutCopy::Make(const std::string& subject, const FolderItem& output,
                                                std::vector<ByteRange> ranges) {
-    Descriptor out(::open(output.Path().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
+    Descriptor out(
+        ::open(output.Path().c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IWUSR));
     OpenCopy files;
     if (!Open(subject, out.Get(), files) ||
         (files.length > 0 && ::fallocate(out.Get(), 0, 0, files.length) != 0) ||

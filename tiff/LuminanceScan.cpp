@@ -2,9 +2,9 @@
 
 #include "Exceptions.h"
 #include "PixelLayout.h"
+#include "RowExtremes.h"
 #include "RowReader.h"
 #include "TiffFile.h"
-#include "RowExtremes.h"
 #include "WrappingMath.h"
 
 namespace {

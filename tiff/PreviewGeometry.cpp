@@ -46,10 +46,10 @@ void SamplePreviewRow(const PreviewGeometry& g, const SampleRow& row, std::int64
     for (std::int64_t column = (x + step - 1) / step * step;
          column < x + pixels && column / step < picture.Width(); column += step) {
         const auto at = static_cast<std::size_t>(column - x) * row.stride;
-        picture.SetPixel(column / step, y,
-                         RGB(DisplayLevel(row.At(at), eightBit),
-                             DisplayLevel(row.At(at + 1), eightBit),
-                             DisplayLevel(row.At(at + 2), eightBit), 0));
+        picture.SetPixel(
+            column / step, y,
+            RGB(DisplayLevel(row.At(at), eightBit), DisplayLevel(row.At(at + 1), eightBit),
+                DisplayLevel(row.At(at + 2), eightBit), 0));
     }
 }
 
@@ -74,11 +74,10 @@ std::int64_t PreviewRowOf(const PreviewGeometry& g, bool eightBit, std::int64_t 
 }
 
 std::shared_ptr<Picture> DecimatedPicture(std::int64_t imageWidth, std::int64_t imageHeight,
-                                          std::int64_t rowPixels, bool eightBit,
-                                          std::int64_t width, std::int64_t height,
+                                          std::int64_t rowPixels, bool eightBit, std::int64_t width,
+                                          std::int64_t height,
                                           const std::function<SampleRow(std::int64_t)>& row) {
-    const PreviewGeometry g =
-        PreviewGeometry::For(imageWidth, imageHeight, width, height);
+    const PreviewGeometry g = PreviewGeometry::For(imageWidth, imageHeight, width, height);
     auto picture = std::make_shared<Picture>(g.width, g.height, 32);
     for (std::int64_t y = 0; y < imageHeight; ++y) {
         const std::int64_t at = PreviewRowOf(g, eightBit, y);

@@ -45,6 +45,6 @@ std::int64_t PreviewRowOf(const PreviewGeometry& g, bool eightBit, std::int64_t 
 // preview is made: row(y) is asked only for the rows shown, top to bottom,
 // and gives rows of rowPixels whole pixels.
 std::shared_ptr<Picture> DecimatedPicture(std::int64_t imageWidth, std::int64_t imageHeight,
-                                          std::int64_t rowPixels, bool eightBit,
-                                          std::int64_t width, std::int64_t height,
+                                          std::int64_t rowPixels, bool eightBit, std::int64_t width,
+                                          std::int64_t height,
                                           const std::function<SampleRow(std::int64_t)>& row);

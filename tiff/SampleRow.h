@@ -24,7 +24,7 @@ struct SampleRow {
     explicit operator bool() const { return data != nullptr; }
     // Where a row of 3 samples a pixel in this layout's width and order stands.
     static SampleRow Of(const std::uint8_t* row, const PixelLayout& layout) {
-        return {row, layout.EightBit() ? SampleKind::U8
+        return {row, layout.EightBit()  ? SampleKind::U8
                      : layout.Swapped() ? SampleKind::U16Swapped
                                         : SampleKind::U16};
     }

@@ -11,13 +11,13 @@ std::shared_ptr<Picture> TiffFile::MakeScaledPictureDisk(std::int64_t width, std
     RowReader rows(*imagefile, ImageOffset, layout.rowBytes);
     std::int64_t next = 0;
     const auto pixels = static_cast<std::int64_t>(layout.pixels);
-    auto picture = DecimatedPicture(
-        ImageWidth, ImageHeight, pixels, layout.EightBit(), width, height, [&](std::int64_t y) {
-            for (; next < y; ++next) rows.Skip();
-            rows.Read(row);
-            ++next;
-            return SampleRow::Of(row.Data(), layout);
-        });
+    auto picture = DecimatedPicture(ImageWidth, ImageHeight, pixels, layout.EightBit(), width,
+                                    height, [&](std::int64_t y) {
+                                        for (; next < y; ++next) rows.Skip();
+                                        rows.Read(row);
+                                        ++next;
+                                        return SampleRow::Of(row.Data(), layout);
+                                    });
     // The stream ends behind the last row, read or not.
     for (; next < ImageHeight; ++next) rows.Skip();
     rows.Settle();

@@ -37,8 +37,8 @@ template <bool Rgb, bool Darken, SampleKind Kind>
 std::size_t TakeGains(const GainRule& rule, const SampleRow& card, std::size_t pixels,
                       double* gains) {
     if (Rgb || card.stride == 3)
-        return TakeGains<Rgb, Darken, Kind, 3>(rule.target, card.data, card.green, pixels,
-                                               rule.cap, gains);
+        return TakeGains<Rgb, Darken, Kind, 3>(rule.target, card.data, card.green, pixels, rule.cap,
+                                               gains);
     return TakeGains<Rgb, Darken, Kind, 1>(rule.target, card.data, card.green, pixels, rule.cap,
                                            gains);
 }

@@ -36,7 +36,8 @@ GainTable::GainTable(const GainRule& rule, int bits, const ToneCurves* curves)
             double pixel[3] = {bright, bright, bright}, gains[3];
             const auto sample = static_cast<std::uint16_t>(v);
             pixel[c] = curves ? curves->Linear(static_cast<int>(c), sample) : sample;
-            if (rule.Gains({pixel, SampleKind::F64}, 1, gains) > 0) below_[c] = static_cast<std::uint32_t>(v + 1);
+            if (rule.Gains({pixel, SampleKind::F64}, 1, gains) > 0)
+                below_[c] = static_cast<std::uint32_t>(v + 1);
             gains_[c * size_ + v] = gains[rgb_ ? c : 0];
         }
 }
@@ -53,8 +54,8 @@ std::size_t GainTable::Gains(const SampleRow& card, std::size_t pixels, double* 
             if (card.stride == 3)
                 return LookUp<false, K, 3>(gains_.data(), below_, size_, card.data, card.green,
                                            pixels, gains);
-            return LookUp<false, K, 1>(gains_.data(), below_, size_, card.data, card.green,
-                                       pixels, gains);
+            return LookUp<false, K, 1>(gains_.data(), below_, size_, card.data, card.green, pixels,
+                                       gains);
         }
     });
 }
