@@ -87,11 +87,12 @@ std::string Overlap(const TiffFile& tiff, const SubjectJudgement& judged) {
             return "Image data is damaged: two strips or tiles share bytes of the file.";
     const int fd = ::open(tiff.fi->NativePath().c_str(), O_RDONLY | O_CLOEXEC);
     struct stat file {};
-    const std::optional<DirectoryBytes> directory = fd < 0 ? std::nullopt : ReadDirectoryBytes(fd);
-    const bool sized = fd >= 0 && ::fstat(fd, &file) == 0;
-    if (fd >= 0) ::close(fd);
-    if (!directory || !sized) return "";
-    for (const FileSpan& tags : directory->TagBytes(static_cast<std::uint64_t>(file.st_size)))
+    if (fd < 0) return "";
+    std::vector<FileSpan> tagBytes;
+    if (::fstat(fd, &file) == 0)
+        tagBytes = TagBytesOf(fd, static_cast<std::uint64_t>(file.st_size));
+    ::close(fd);
+    for (const FileSpan& tags : tagBytes)
         for (const ByteRange& pixels : written)
             if (static_cast<std::uint64_t>(pixels.first) < tags.second &&
                 tags.first < static_cast<std::uint64_t>(pixels.second))

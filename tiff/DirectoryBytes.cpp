@@ -91,3 +91,15 @@ std::vector<FileSpan> DirectoryBytes::TagBytes(std::uint64_t fileSize) const {
     }
     return spans;
 }
+
+std::vector<FileSpan> TagBytesOf(int fd, std::uint64_t fileSize) {
+    if (const std::optional<DirectoryBytes> directory = ReadDirectoryBytes(fd))
+        return directory->TagBytes(fileSize);
+    std::uint8_t header[16] = {};
+    ReadAll(fd, header, sizeof header, 0);
+    FileShape shape{header[0] == 'M', header[2] == 43 || header[3] == 43};
+    std::vector<FileSpan> spans{{0, shape.HeaderBytes()}};
+    const std::uint64_t offset = shape.Load(header + shape.FirstOffsetAt(), shape.OffsetBytes());
+    if (offset < fileSize) spans.emplace_back(offset, fileSize);
+    return spans;
+}

@@ -45,3 +45,9 @@ struct DirectoryBytes {
 // nullopt for a file that doesn't start as a TIFF or whose first directory
 // runs past its end or claims more than 65536 entries.
 std::optional<DirectoryBytes> ReadDirectoryBytes(int fd);
+
+// Every byte the file's tags stand on as far as they can be told, for a
+// writer that must not touch them: the directory's TagBytes, or, for a first
+// directory that can't be read whole, the header and all from the
+// directory's start to the end of the file.
+std::vector<FileSpan> TagBytesOf(int fd, std::uint64_t fileSize);

@@ -70,6 +70,8 @@ bool CardStore::Read(int plane, std::uint32_t y, std::uint32_t rows, std::uint8_
     // A direct card's band may run over into the next strip, which lies elsewhere.
     for (std::uint32_t done = 0; done < rows;) {
         const std::uint32_t r = y + done;
+        // A file may name fewer strips than its rows need.
+        if (direct_ && r / rowsPerStrip_ >= strips_.size()) return false;
         const std::uint32_t run =
             direct_ ? std::min(rows - done, rowsPerStrip_ - r % rowsPerStrip_) : rows - done;
         const std::uint64_t at = PlaceOf(plane, r);
