@@ -36,6 +36,7 @@ std::shared_ptr<FolderItem> ItemFor(const QString& path, const std::string& ques
 std::string QuestionOf(const std::string& prompt) {
     if (prompt == "Select the image folder") return "subjects";
     if (prompt == "Select the folder for the equalized images") return "output";
+    if (prompt == "Select the folder of white cards") return "library";
     return "report";
 }
 }  // namespace

@@ -1,5 +1,6 @@
 // What the window does beyond its own job, through its real widgets: the
-// correction options, kept between sessions; the card report; drops. The
+// correction options and the places, kept between sessions; the card report;
+// drops. The
 // command line's outputs are the reference: the window must give its bytes.
 
 #include <QAction>
@@ -8,14 +9,19 @@
 #include <QComboBox>
 #include <QDir>
 #include <QDoubleSpinBox>
+#include <QFileDialog>
+#include <QInputDialog>
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTimer>
+#include <fstream>
 
 #include "CorrectionOptionsDialog.h"
+#include "WindowDialogs.h"
 #include "WindowFixture.h"
 #include "support/CliRun.h"
 #include "support/ExifTiff.h"
@@ -25,13 +31,21 @@ namespace {
 namespace fs = std::filesystem;
 const fs::path kModes = fs::path(BRISAVANE_SOURCE_DIR) / "samples/modes";
 
-// Sets the options dialog as a user would, once it shows, and says OK.
-void AnswerOptions(const std::function<void(CorrectionOptionsDialog&)>& answer) {
-    QTimer::singleShot(0, [answer] {
-        auto* dialog = qobject_cast<CorrectionOptionsDialog*>(QApplication::activeModalWidget());
+// Acts on the next dialog as a user would, once it shows.
+template <class Dialog>
+void Answer(const std::function<void(Dialog&)>& act) {
+    QTimer::singleShot(0, [act] {
+        auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
         ASSERT_NE(dialog, nullptr);
-        answer(*dialog);
-        dialog->accept();
+        act(*dialog);
+    });
+}
+
+// Sets the options dialog, and says OK.
+void AnswerOptions(const std::function<void(CorrectionOptionsDialog&)>& answer) {
+    Answer<CorrectionOptionsDialog>([answer](auto& dialog) {
+        answer(dialog);
+        dialog.accept();
     });
 }
 
@@ -208,5 +222,66 @@ TEST_F(WindowOptions, CardLibraryGivesTheCommandLinesBytes) {
     EXPECT_EQ(HashFolder(folder / "window").size(), 2u);
     EXPECT_EQ(HashFolder(folder / "window"), HashFolder(folder / "cli"));
     EXPECT_EQ(State().ErrorMessages[2], none);
+}
+// The desktop's own dialogs. Each question starts in the folder it was last
+// answered with (a cancel keeps it): Open in the card's, Choose, Process and
+// the card library each in their own; the save dialog proposes the output's
+// name there. The window opens where it was closed.
+TEST_F(WindowOptions, DialogsStartWhereTheyWereLastAnswered) {
+    const fs::path cards = folder / "cards", shoot = folder / "shoot", out = folder / "out";
+    for (const fs::path& made : {cards, shoot, out}) fs::create_directories(made);
+    std::ofstream(cards / "w.tif") << "x";
+    WindowDialogs real(win.get());
+    std::string started;
+    const auto pick = [&](const fs::path& path) {
+        Answer<QFileDialog>([&started, path](QFileDialog& d) {
+            started = d.selectedFiles().value(0, d.directory().absolutePath()).toStdString();
+            if (path.empty()) return d.reject();
+            d.selectFile(QString::fromStdString(path));
+            static_cast<QDialog&>(d).accept();
+        });
+    };
+    const auto path = [](const std::shared_ptr<FolderItem>& item) {
+        return item ? item->NativePath() : "nothing";
+    };
+    const std::string tiff = "image/tiff", choose = "Select the image folder",
+                      process = "Select the folder for the equalized images";
+    pick(cards / "w.tif");
+    EXPECT_EQ(path(real.GetOpenFolderItem(tiff)), cards / "w.tif");
+    for (const auto& [answer, ask, startedIn, gave] :
+         {std::tuple{fs::path(), std::function([&] { return real.GetOpenFolderItem(tiff); }),
+                     cards.string(), std::string("nothing")},
+          {shoot, [&] { return real.SelectFolder(choose); }, "", shoot.string()},
+          {out, [&] { return real.SelectFolder(process); }, "", out.string()},
+          {fs::path(), [&] { return real.SelectFolder(choose); }, shoot.string(), "nothing"},
+          {fs::path(), [&] { return real.GetSaveFolderItem(tiff, "a_eq.tif"); },
+           (out / "a_eq.tif").string(), "nothing"},
+          {fs::path(), [&] { return real.SelectFolder("Select the folder of white cards"); }, "",
+           "nothing"}}) {
+        pick(answer);
+        EXPECT_EQ(path(ask()), gave);
+        if (!startedIn.empty()) {
+            EXPECT_EQ(started, startedIn);
+        }
+    }
+    Answer<QMessageBox>([&started](QMessageBox& box) {
+        started = box.text().toStdString();
+        box.accept();
+    });
+    real.MsgBox("Problem writing equalized TIFF file.");
+    EXPECT_EQ(started, "Problem writing equalized TIFF file.");
+    for (const bool ok : {true, false}) {
+        Answer<QInputDialog>([&started, ok](QInputDialog& d) {
+            started = d.textValue().toStdString();
+            d.setTextValue("A2");
+            ok ? d.accept() : d.reject();
+        });
+        EXPECT_EQ(real.ChooseItem("Format", {"A4", "A3", "A2"}, "A3"),
+                  ok ? std::optional<std::string>("A2") : std::nullopt);
+        EXPECT_EQ(started, "A3");
+    }
+    win->move(123, 45);
+    win->close();
+    EXPECT_EQ(WinEqualize(new MenuBar1(), &dialogs).pos(), QPoint(123, 45));
 }
 }  // namespace
