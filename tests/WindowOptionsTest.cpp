@@ -15,6 +15,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTimer>
@@ -173,10 +174,23 @@ TEST_F(WindowOptions, CardReportIsTheCommandLines) {
 // A card dropped opens as Open does; a folder chooses as Choose does; TIFFs of
 // one folder tick exactly those; anything else is refused in words.
 TEST_F(WindowOptions, DropsDoWhatOpenAndChooseDo) {
-    const std::string opened = Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"});
-    win->Drop(DropArea::WhiteImage, {kModes / "white_card_a.tif"});
-    EXPECT_EQ(Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"}), opened);
-    win->Drop(DropArea::Subjects, {kModes / "subjects"});
+    // As the desktop delivers them: the drag offered, then the drop.
+    const auto drop = [&](const char* group, const fs::path& path) {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(QString::fromStdString(path))});
+        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(Get(group), &enter);
+        EXPECT_TRUE(enter.isAccepted());
+        QDropEvent dropped({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(Get(group), &dropped);
+    };
+    drop("GrpWhite", kModes / "white_card_b.tif");
+    const std::string dropped = Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"});
+    EXPECT_TRUE(dropped.starts_with("white_card_b.tif\n"));
+    OpenWhite(kModes / "white_card_a.tif");
+    OpenWhite(kModes / "white_card_b.tif");
+    EXPECT_EQ(Texts({"TxtWhite", "TxtInfoWhite", "TxtMaxVal", "TxtMaxLoc"}), dropped);
+    drop("GrpSubject", kModes / "subjects");
     EXPECT_EQ(win->ListCount(), 2);
     win->Drop(DropArea::Subjects, {kModes / "subjects/scene.tif"});
     EXPECT_EQ(std::vector<bool>({win->Ticked(0), win->Ticked(1)}),
