@@ -283,7 +283,7 @@ const Mode kModes[] = {
      .darken = true,
      .amount = 0.4,
      .cap = 1.1},
-    {.label = "Linear", .args = {"--linear", "--channels", "rgb"}, .rgb = true, .linear = true},
+    {.label = "Linear", .args = {"--linear"}, .linear = true},
     {.label = "Dark", .args = {"--dark", "@dark", "--amount", "70"}, .amount = 0.7},
     {.label = "ShotsDarkLinear",
      .args = {"--white", "@shot", "--dark", "@dark", "--linear", "--channels", "rgb"},

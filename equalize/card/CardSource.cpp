@@ -433,7 +433,8 @@ void CardBuild::Finish() {
         e = shown_;
     } else if (foldSamples_) {
         e = shown_;
-        for (int c = 0; c < 3 && e.min[c] <= e.max[c]; ++c) {
+        for (int c = 0; c < 3; ++c) {
+            if (e.min[c] > e.max[c]) continue;  // a channel green mode doesn't fold
             e.max[c] = curves->Linear(c, static_cast<std::uint16_t>(e.max[c]));
             e.min[c] = curves->Linear(c, static_cast<std::uint16_t>(e.min[c]));
         }
