@@ -73,7 +73,7 @@ TEST(CardLibrary, ChoosesTheCardOfTheSameShotNearestInTime) {
         {SET(e.focalLength = 101.01),
          no("Camera X, Macro 100mm, 101.01 mm, f/8",
             "1 card of another lens, 3 cards of another focal length")},
-        {SET(e.lensModel.reset()), "a.tif"},  // by make and specification
+        {SET(e.lensModel.reset()), "a.tif"},  // by lens make and focal and aperture range
         {SET(Zoom(e); e.lensModel.reset()),
          no("Camera X, Lenscorp 24-70 mm f/?, 50 mm, f/8", "4 cards of another lens")},
         {Zoom, "d.tif"},

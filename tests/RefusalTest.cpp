@@ -49,8 +49,8 @@ Make Kind(unsigned bits, unsigned samples, unsigned photometric, unsigned format
     };
 }
 
-Make Built(TiffSpec spec) {
-    return [spec](const std::string& path) { WriteTiff(path, spec); };
+Make Built(TiffSpec image) {
+    return [image](const std::string& path) { WriteTiff(path, image); };
 }
 
 // A file claiming 1024 x 512 pixels in one strip that it can't hold; bits is
@@ -77,9 +77,9 @@ TiffSpec Odd(int bits, std::uint32_t samples, bool little, std::uint32_t width =
 }
 
 // A file built from its description, then changed by a command (% stands for its path).
-Make Changed(TiffSpec spec, const std::string& command) {
+Make Changed(TiffSpec image, const std::string& command) {
     return [=](const std::string& path) {
-        WriteTiff(path, spec);
+        WriteTiff(path, image);
         std::string line = command;
         for (auto at = line.find('%'); at != std::string::npos; at = line.find('%'))
             line.replace(at, 1, path);
@@ -88,9 +88,9 @@ Make Changed(TiffSpec spec, const std::string& command) {
 }
 
 // A sample format libtiff refuses, which our reader doesn't look at.
-TiffSpec OursAlone(TiffSpec spec) {
-    spec.extra.push_back({339, 3, 1, 7});
-    return spec;
+TiffSpec OursAlone(TiffSpec image) {
+    image.extra.push_back({339, 3, 1, 7});
+    return image;
 }
 
 struct Refusal {
