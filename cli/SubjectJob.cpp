@@ -68,8 +68,8 @@ HistoryEntry Entry(const JobSettings& settings, std::size_t group) {
     CorrectionModes modes = settings.cards.Modes();
     modes.cards = shots;
     return {HistoryTimeNow(), kBrisavaneVersion,
-            HistoryParameters(std::filesystem::path(shots[0]).filename().string(),
-                              settings.cards.Sha256(group), settings.amountPercent, modes.Flags())};
+            HistoryParameters(settings.cards.CardName(group), settings.cards.Sha256(group),
+                              settings.amountPercent, modes.Flags())};
 }
 
 SubjectResult Run(const std::string& path, const SubjectCard& card, const JobSettings& settings,
@@ -101,10 +101,7 @@ SubjectResult Run(const std::string& path, const SubjectCard& card, const JobSet
     SubjectResult result = Result(path, report);
     if (result.outcome != SubjectOutcome::Written) return result;
     if (card.fromLibrary)
-        result.notes.insert(
-            result.notes.begin(),
-            "card: " +
-                std::filesystem::path(settings.cards.Shots(*card.group)[0]).filename().string());
+        result.notes.insert(result.notes.begin(), "card: " + settings.cards.CardName(*card.group));
     result.figures = Figures(*run, report);
     return result;
 }

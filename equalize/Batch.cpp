@@ -2,15 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 
 #include "Exceptions.h"
 
 namespace {
-std::string CardName(const RunCards& cards, const SubjectCard& card) {
-    return std::filesystem::path(cards.Shots(*card.group)[0]).filename().string();
-}
-
 std::string Joined(const std::vector<std::string>& notes) {
     std::string all;
     for (const std::string& note : notes) all += (all.empty() ? "" : "; ") + note;
@@ -27,7 +22,7 @@ std::string Sentence(std::string text) {
 std::string CardMessage(const RunCards& library, const std::string& path) {
     const SubjectCard card = library.Choose(path);
     if (!card.group) return Sentence(card.failure);
-    return card.fromLibrary ? Sentence("card: " + CardName(library, card)) : "";
+    return card.fromLibrary ? Sentence("card: " + library.CardName(*card.group)) : "";
 }
 
 // The card a file was equalized by when it came from a library, the options
@@ -35,7 +30,7 @@ std::string CardMessage(const RunCards& library, const std::string& path) {
 // which says nothing of a success.
 std::string Batch::SuccessNote(const SubjectReport& report, const SubjectCard& card) const {
     std::vector<std::string> notes;
-    if (card.fromLibrary) notes.push_back("card: " + CardName(*cards_, card));
+    if (card.fromLibrary) notes.push_back("card: " + cards_->CardName(*card.group));
     if (const std::string options = state_.modes.Described(); !options.empty())
         notes.push_back("equalized with " + options);
     notes.insert(notes.end(), report.notes.begin(), report.notes.end());
@@ -103,7 +98,7 @@ Batch::Next Batch::ProcessRow(std::int64_t row, SubjectSettings settings) {
         run = cards_->Take(*card.group, problem);
         if (!run) {
             host_.SetRowPicture(row, RowMark::Cross);
-            state_.SetErrorMessage(row, "The card " + CardName(*cards_, card) +
+            state_.SetErrorMessage(row, "The card " + cards_->CardName(*card.group) +
                                             " can't serve: " + WithoutError(problem.text));
             return Next::Row;
         }

@@ -49,19 +49,27 @@ void FileShape::Store(std::uint8_t* at, std::size_t bytes, std::uint64_t value) 
         at[bigEndian ? bytes - 1 - k : k] = static_cast<std::uint8_t>(value >> (8 * k));
 }
 
-std::optional<DirectoryBytes> ReadDirectoryBytes(int fd) {
+namespace {
+// The header's byte order and width, and where the first directory stands.
+bool ReadHeader(int fd, DirectoryBytes& d) {
     std::uint8_t header[16] = {};
-    if (!ReadAll(fd, header, 8, 0)) return std::nullopt;
-    DirectoryBytes d;
+    if (!ReadAll(fd, header, 8, 0)) return false;
     if (header[0] == 'M' && header[1] == 'M')
         d.shape.bigEndian = true;
     else if (header[0] != 'I' || header[1] != 'I')
-        return std::nullopt;
+        return false;
     const std::uint64_t version = d.shape.Load(header + 2, 2);
-    if (version != 42 && version != 43) return std::nullopt;
+    if (version != 42 && version != 43) return false;
     d.shape.big = version == 43;
-    if (d.shape.big && !ReadAll(fd, header + 8, 8, 8)) return std::nullopt;
+    if (d.shape.big && !ReadAll(fd, header + 8, 8, 8)) return false;
     d.offset = d.shape.Load(header + d.shape.FirstOffsetAt(), d.shape.OffsetBytes());
+    return true;
+}
+}  // namespace
+
+std::optional<DirectoryBytes> ReadDirectoryBytes(int fd) {
+    DirectoryBytes d;
+    if (!ReadHeader(fd, d)) return std::nullopt;
     std::uint8_t countBytes[8] = {};
     if (!ReadAll(fd, countBytes, d.shape.CountBytes(), d.offset)) return std::nullopt;
     const std::uint64_t count = d.shape.Load(countBytes, d.shape.CountBytes());
@@ -95,11 +103,9 @@ std::vector<FileSpan> DirectoryBytes::TagBytes(std::uint64_t fileSize) const {
 std::vector<FileSpan> TagBytesOf(int fd, std::uint64_t fileSize) {
     if (const std::optional<DirectoryBytes> directory = ReadDirectoryBytes(fd))
         return directory->TagBytes(fileSize);
-    std::uint8_t header[16] = {};
-    ReadAll(fd, header, sizeof header, 0);
-    FileShape shape{header[0] == 'M', header[2] == 43 || header[3] == 43};
-    std::vector<FileSpan> spans{{0, shape.HeaderBytes()}};
-    const std::uint64_t offset = shape.Load(header + shape.FirstOffsetAt(), shape.OffsetBytes());
-    if (offset < fileSize) spans.emplace_back(offset, fileSize);
+    DirectoryBytes start;
+    if (!ReadHeader(fd, start)) return {{0, fileSize}};
+    std::vector<FileSpan> spans{{0, start.shape.HeaderBytes()}};
+    if (start.offset < fileSize) spans.emplace_back(start.offset, fileSize);
     return spans;
 }

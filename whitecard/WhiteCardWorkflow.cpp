@@ -141,11 +141,9 @@ void OpenCardFolder(WindowState& state, WhiteCardHost& host, std::shared_ptr<Fol
 }
 
 bool TakeModes(WindowState& state, WhiteCardHost& host, const CorrectionModes& modes) {
-    if (state.library) {
-        state.modes = modes.Options();
-        return true;
-    }
-    if (!state.WhiteOpened || !state.card) {
+    // With a library, or no card yet, only the options are kept: every card
+    // is read with them when it is.
+    if (state.library || !state.WhiteOpened || !state.card) {
         state.modes = modes.Options();
         return true;
     }

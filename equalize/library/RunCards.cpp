@@ -89,6 +89,10 @@ std::vector<std::string> RunCards::Shots(std::size_t group) const {
     return ModesOf(group).cards;
 }
 
+std::string RunCards::CardName(std::size_t group) const {
+    return std::filesystem::path(Shots(group).front()).filename().string();
+}
+
 CorrectionModes RunCards::ModesOf(std::size_t group) const {
     CorrectionModes modes = modes_;
     if (group < cards_.size()) modes.cards = {cards_[group].path};

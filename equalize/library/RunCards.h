@@ -64,6 +64,8 @@ class RunCards {
     SubjectCard Choose(const std::string& path) const;
     // The files of a group's card: its shots, one for a library card.
     std::vector<std::string> Shots(std::size_t group) const;
+    // The file name of the group's first shot, as notes and rows name the card.
+    std::string CardName(std::size_t group) const;
     // The subjects' indexes in the order to run them: group by group, each in
     // the order given, those without a card first.
     static std::vector<std::size_t> Order(const std::vector<SubjectCard>& chosen);
