@@ -93,10 +93,6 @@ TEST(CardLibrary, ChoosesTheCardOfTheSameShotNearestInTime) {
                               : choice.failure,
                   row.expected);
     }
-    EXPECT_EQ(
-        DescribeCard(cards[3]),
-        "d.tif: Camera X, Zoom 24-70mm, 50 mm, f/8, shot 2024:05:01 10:00:00 (6 x 4, 16-bit)");
-    EXPECT_EQ(DescribeCard({"e.tif", CardExif{}}), "e.tif: can't be matched: it has no EXIF");
 }
 
 // A library of four cards, each of its own pixels (two lenses, two

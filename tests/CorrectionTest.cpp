@@ -76,24 +76,4 @@ TEST(Correction, GainsAndWalkAreTheFormulaForEveryWhiteAndSample) {
             }
 }
 
-// A gain without a value (darkening, 0 / 0) and gains of 0, below 1 and
-// infinite: the fast walk gives what the plain one does.
-TEST(Correction, EveryGainStoresWhatThePlainWalkStores) {
-    const double gains[] = {std::nan(""), 0.0, 0.25, 1.0, 1e300, HUGE_VAL, 3.0, 0.5,
-                            std::nan(""), 2.0, 0.0,  1.5, 7.0,   HUGE_VAL, 1.0, 4.0};
-    std::vector<std::uint8_t> samples(16 * 3);
-    for (std::size_t k = 0; k < samples.size(); ++k) samples[k] = static_cast<std::uint8_t>(k * 5);
-    std::vector<std::uint8_t> fast = samples, plain = samples;
-    CorrectSpan({fast.data(), 16, 3, 0, 3, 1, false}, {gains, 1, nullptr, nullptr});
-    // A plane is walked sample by sample, never in blocks of pixels.
-    for (std::size_t c = 0; c < 3; ++c) {
-        std::vector<std::uint8_t> plane(16);
-        for (std::size_t p = 0; p < 16; ++p) plane[p] = samples[p * 3 + c];
-        CorrectSpan({plane.data(), 16, 1, c, 1, 1, false}, {gains, 1, nullptr, nullptr});
-        for (std::size_t p = 0; p < 16; ++p) plain[p * 3 + c] = plane[p];
-    }
-    EXPECT_EQ(fast, plain);
-    EXPECT_EQ(fast[0], 0);       // no value: 0
-    EXPECT_EQ(fast[3 * 3], 45);  // a gain of 1
-}
 }  // namespace

@@ -109,13 +109,6 @@ std::string SecondPage(const fs::path& file) {
     return std::system(copy.c_str()) == 0 ? testing_tiff::ReadFile(page) : "";
 }
 
-void PrintTo(const Layout& layout, std::ostream* os) {
-    *os << layout.label;
-}
-void PrintTo(const Mode& mode, std::ostream* os) {
-    *os << mode.label;
-}
-
 class Engine : public ::testing::TestWithParam<std::tuple<Layout, Mode, int>> {
   protected:
     const Layout& layout = std::get<0>(GetParam());

@@ -4,7 +4,6 @@
 #include "Exceptions.h"
 #include "FolderItem.h"
 #include "MemoryBlock.h"
-#include "NumberText.h"
 #include "Picture.h"
 #include "support/TempFolder.h"
 #include "support/TiffBuilder.h"
@@ -109,13 +108,6 @@ TEST(Picture, WritesOutsideChangeNothing) {
     EXPECT_EQ(picture.Pixel(3, 1), 0u);
     picture.ClearRect(0, 0, 3, 2);
     EXPECT_EQ(picture.Pixel(2, 1), Picture::kTransparent);
-}
-
-// Whole numbers, rounding and the amount field's readings show through the
-// window; these are the readings it never meets.
-TEST(NumberText, FractionsAndASignedPercent) {
-    EXPECT_EQ(CStr(9999999.9), "9999999.9");
-    EXPECT_EQ(CDbl(" +12.5%"), 12.5);
 }
 
 }  // namespace

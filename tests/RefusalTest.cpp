@@ -40,9 +40,6 @@ Make Kind(unsigned bits, unsigned samples, unsigned photometric, unsigned format
                                          {259, compression},
                                          {339, format}})
             TIFFSetField(tif, tag, value);
-        std::vector<std::uint16_t> map(256);
-        if (photometric == PHOTOMETRIC_PALETTE)
-            TIFFSetField(tif, TIFFTAG_COLORMAP, map.data(), map.data(), map.data());
         std::vector<std::uint8_t> strip(6 * rows * samples * bits / 8);
         TIFFWriteRawStrip(tif, 0, strip.data(), static_cast<tmsize_t>(strip.size()));
         TIFFClose(tif);
@@ -110,8 +107,6 @@ const Refusal kRefusals[] = {
      kUsed + "a TIFF with lossy compression 7: it would"},
     {"YCbCr", Kind(8, 3, 6, 1, 1), "skipped: this is a YCbCr TIFF: only RGB",
      kUsed + "a YCbCr TIFF: only RGB"},
-    {"Palette", Kind(8, 1, 3, 1, 1), "skipped: this is a palette TIFF: only RGB",
-     kUsed + "a palette TIFF: only RGB"},
     {"Grey", Kind(16, 1, 1, 1, 1), "skipped: this is a greyscale TIFF: only RGB",
      kUsed + "a greyscale TIFF: only RGB"},
     {"Float", Kind(32, 3, 2, 3, 1), "skipped: this is a TIFF of 32-bit floating-point",

@@ -10,11 +10,9 @@
 #include <QDir>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
-#include <QInputDialog>
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSpinBox>
@@ -277,22 +275,6 @@ TEST_F(WindowOptions, DialogsStartWhereTheyWereLastAnswered) {
         if (!startedIn.empty()) {
             EXPECT_EQ(started, startedIn);
         }
-    }
-    Answer<QMessageBox>([&started](QMessageBox& box) {
-        started = box.text().toStdString();
-        box.accept();
-    });
-    real.MsgBox("Problem writing equalized TIFF file.");
-    EXPECT_EQ(started, "Problem writing equalized TIFF file.");
-    for (const bool ok : {true, false}) {
-        Answer<QInputDialog>([&started, ok](QInputDialog& d) {
-            started = d.textValue().toStdString();
-            d.setTextValue("A2");
-            ok ? d.accept() : d.reject();
-        });
-        EXPECT_EQ(real.ChooseItem("Format", {"A4", "A3", "A2"}, "A3"),
-                  ok ? std::optional<std::string>("A2") : std::nullopt);
-        EXPECT_EQ(started, "A3");
     }
     win->move(123, 45);
     win->close();

@@ -11,6 +11,7 @@
 #include "ProgressBarProgress.h"
 #include "WinAbout.h"
 #include "WindowFixture.h"
+#include "support/RowMarkOf.h"
 
 namespace {
 using WindowTest = WindowFixture;
@@ -99,6 +100,35 @@ TEST_F(WindowTest, EscapeAndControlPeriodCancelOnlyARunningOperation) {
     QTest::keyClick(win.get(), Qt::Key_Period, Qt::ControlModifier);
     EXPECT_TRUE(pump.UserCancelled());
     pump.End();
+}
+
+// The steps the README gives a new user, on the shipped samples, with the
+// tone map on: each subject is checked and lifted; the window is left as a
+// picture for a reviewer's eye. Layouts and outcomes are the batch's (BatchTest).
+TEST_F(WindowTest, TheSamplesGoThroughTheWindow) {
+    const std::filesystem::path samples = BRISAVANE_SOURCE_DIR "/samples", out = folder / "out";
+    std::filesystem::create_directories(out);
+    Show();
+    OpenWhite(samples / "white_card.tif");
+    ChooseSubjects(samples / "subjects");
+    Click("ChkSelectAll");
+    Click("ChkShowToneMap");
+    dialogs.folderAnswers.push_back(out);
+    Click("BtnProcess");
+    EXPECT_TRUE(dialogs.messages.empty());
+    auto* list = Get<QTableWidget>("LstSubject");
+    ASSERT_EQ(list->rowCount(), 2);
+    for (int row = 0; row < 2; ++row) {
+        const std::string name = win->FileName(row);
+        EXPECT_STREQ(MarkOf(*list, row), "check") << name;
+        const std::string subject = testing_tiff::ReadFile(samples / "subjects" / name);
+        const std::string output =
+            testing_tiff::ReadFile(out / (std::filesystem::path(name).stem().string() + "_eq.tif"));
+        EXPECT_EQ(output.size(), subject.size());
+        EXPECT_NE(output, subject);  // the falloff was lifted
+    }
+    QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
+    ASSERT_TRUE(win->grab().save(BRISAVANE_ARTIFACT_DIR "/window.png"));
 }
 
 // The version is filled in as each new About window opens.
