@@ -1,14 +1,12 @@
 #include <QCheckBox>
 #include <QDir>
 #include <QLineEdit>
-#include <QProgressBar>
 #include <QTableWidget>
 #include <QTest>
 #include <QTimer>
 
 #include "App.h"
 #include "PictureCanvas.h"
-#include "ProgressBarProgress.h"
 #include "WinAbout.h"
 #include "WindowFixture.h"
 #include "support/RowMarkOf.h"
@@ -63,28 +61,6 @@ TEST_F(WindowTest, ToneMapBoxShowsTheStripAndHidesWithThePreviews) {
     EXPECT_FALSE(strip->isVisible());
 }
 
-TEST_F(WindowTest, ResultCanvasWipesBeforeASmallerPictureSubjectCanvasDoesNot) {
-    Show();
-    auto* result = Get<PictureCanvas>("CanResult");
-    auto* subject = Get<PictureCanvas>("CanSubject");
-    const auto show = [&](int width, int height, std::uint32_t colour) {
-        auto picture = std::make_shared<Picture>(width, height);
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x) picture->SetPixel(x, y, colour);
-        State().presult = State().psubject = picture;
-        result->repaint();
-        subject->repaint();
-    };
-    show(200, 150, RGB(255, 0, 0));
-    EXPECT_EQ(result->Surface().pixelColor(150, 100), QColor(255, 0, 0));
-    show(100, 50, RGB(0, 0, 255));
-    EXPECT_EQ(result->Surface().pixelColor(10, 10), QColor(0, 0, 255));
-    EXPECT_EQ(result->Surface().pixelColor(150, 100), QColor(Qt::white));
-    EXPECT_EQ(subject->Surface().pixelColor(10, 10), QColor(0, 0, 255));
-    EXPECT_EQ(subject->Surface().pixelColor(150, 100), QColor(255, 0, 0));
-    EXPECT_EQ(result->Surface().pixelColor(100, 10), QColor(Qt::white));  // at its own size
-}
-
 TEST_F(WindowTest, EscapeAndControlPeriodCancelOnlyARunningOperation) {
     Show();
     WindowEventPump& pump = win->Pump();
@@ -131,27 +107,13 @@ TEST_F(WindowTest, TheSamplesGoThroughTheWindow) {
     ASSERT_TRUE(win->grab().save(BRISAVANE_ARTIFACT_DIR "/window.png"));
 }
 
-// The version is filled in as each new About window opens.
-TEST(WinAboutTest, TextsAndAFreshWindowEachTime) {
-    for (int time = 0; time < 2; ++time) {
-        WinAbout* about = WinAbout::Instance();
-        EXPECT_EQ(WinAbout::Instance(), about);  // one at a time
-        EXPECT_EQ(about->TxtVersion()->text(), "");
-        about->show();
-        EXPECT_EQ(about->TxtVersion()->text(), "Version 3.2.2");
-        QDir().mkpath(BRISAVANE_ARTIFACT_DIR);
-        about->grab().save(BRISAVANE_ARTIFACT_DIR "/about.png");  // for a reviewer's eye
-        about->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-}
-
 TEST(AppTest, TheSplashClosesItsWindow) {
     auto* app = qobject_cast<App*>(QCoreApplication::instance());
     ASSERT_TRUE(app);
     bool shownDuringSplash = false;
     QTimer::singleShot(20, [&] {
-        shownDuringSplash = WinAbout::Instance()->isVisible();
+        shownDuringSplash = WinAbout::Instance()->isVisible() &&
+                            WinAbout::Instance()->TxtVersion()->text() == "Version 3.2.2";
         // The About item during the splash shows the same window.
         app->MenuBar()->Item("AppleAboutBrisavane")->trigger();
     });
@@ -163,25 +125,6 @@ TEST(AppTest, TheSplashClosesItsWindow) {
     for (QWidget* w : QApplication::topLevelWidgets())
         if (qobject_cast<WinAbout*>(w) && w->isVisible()) open = w;
     EXPECT_EQ(open, nullptr);
-}
-
-TEST(ProgressBarProgressTest, LongOperationsFitTheBar) {
-    // Held at the ends; a maximum past int's range is scaled into it.
-    const std::tuple<std::int64_t, double, int, int> cases[] = {
-        {4000, 1000.0, 4000, 1000},
-        {4000, 5000.0, 4000, 4000},
-        {4000, -3.0, 4000, 0},
-        {4294967294LL, 2147483647.0, 2147483647, 1073741823},
-        {-5, 1.0, 0, 0}};
-    QProgressBar bar;
-    ProgressBarProgress progress(&bar);
-    for (const auto& [maximum, value, barMaximum, barValue] : cases) {
-        progress.SetMaximum(maximum);
-        progress.SetValue(value);
-        EXPECT_EQ(std::pair(bar.maximum(), bar.value()), std::pair(barMaximum, barValue)) << value;
-    }
-    progress.SetVisible(true);
-    EXPECT_FALSE(bar.isHidden());
 }
 
 class WindowWhiteCardTest : public WindowFixture {

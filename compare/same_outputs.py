@@ -2,9 +2,10 @@
 """Proves that two builds give the same outputs, byte for byte, before and
 after a change to the engine:
 
-    python3 tests/same_outputs.py BEFORE_BUILD_DIR AFTER_BUILD_DIR [--keep WORKDIR]
+    python3 compare/same_outputs.py BEFORE_BUILD_DIR AFTER_BUILD_DIR [--keep WORKDIR]
 
-Each build folder holds cli/brisavane-cli and tests/brisavane-window-run. The
+Each build folder holds cli/brisavane-cli and compare/brisavane-window-run
+(tests/brisavane-window-run in builds made before it moved there). The
 inputs are written afresh into a temporary folder (WORKDIR, kept, with --keep):
 small cards and subjects of odd sizes, so that row ends and the tails of the
 vector loops are reached, in 8 and 16 bits and both byte orders, laid out by
@@ -331,9 +332,11 @@ def main():
     args = parser.parse_args()
     programs = {}
     for build, folder in (("before", args.before), ("after", args.after)):
-        cli, window = folder / "cli/brisavane-cli", folder / "tests/brisavane-window-run"
-        if not (cli.is_file() and window.is_file()):
-            parser.error(f"{folder} has no cli/brisavane-cli and tests/brisavane-window-run")
+        cli = folder / "cli/brisavane-cli"
+        window = next((w for w in (folder / "compare/brisavane-window-run",
+                                   folder / "tests/brisavane-window-run") if w.is_file()), None)
+        if not (cli.is_file() and window):
+            parser.error(f"{folder} has no cli/brisavane-cli and compare/brisavane-window-run")
         programs[build] = (cli.resolve(), window.resolve())
     work = args.keep.resolve() if args.keep else Path(tempfile.mkdtemp(prefix="same-outputs-"))
     for old in ("in", "before", "after"):

@@ -1,5 +1,5 @@
 // Runs the whole job once in the real main window and prints what the window
-// shows, for tests/same_outputs.py to compare between two builds:
+// shows, for compare/same_outputs.py to compare between two builds:
 //
 //     brisavane-window-run CARD SUBJECT_DIR OUTPUT_DIR [AMOUNT_TEXT]
 //                          [--no-previews] [--pictures DIR]
