@@ -110,11 +110,8 @@ struct CardCase {
     void (*check)(const json&, const std::string&);
     std::vector<std::string> options = {};
     bool profile = false;
+    friend void PrintTo(const CardCase& c, std::ostream* os) { *os << c.name; }
 };
-
-void PrintTo(const CardCase& c, std::ostream* os) {
-    *os << c.name;
-}
 
 class CardReport : public ::testing::TestWithParam<CardCase> {};
 

@@ -46,6 +46,7 @@ struct Mode {
     bool rgb = false, darken = false, linear = false;
     double amount = 1.0, cap = INFINITY;
     std::uint32_t smooth = 0;
+    friend void PrintTo(const Mode& mode, std::ostream* os) { *os << mode.label; }
 };
 
 struct Layout {
@@ -53,6 +54,7 @@ struct Layout {
     std::string tiffcp;  // how tiffcp remakes the file; empty: one strip in the other byte order
     bool planar = false, extras = false, tagged = false;
     bool card = false;  // the card's files take the layout, the subject stays one plain strip
+    friend void PrintTo(const Layout& layout, std::ostream* os) { *os << layout.label; }
 };
 
 // sRGB's ICC profile, which every file of a --linear run carries.

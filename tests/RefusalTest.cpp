@@ -95,6 +95,7 @@ struct Refusal {
     Make make;
     std::string subject;  // the command line's words after "x.tif: "; empty: not tried
     std::string card;     // how its error starts; empty: not tried
+    friend void PrintTo(const Refusal& refusal, std::ostream* os) { *os << refusal.label; }
 };
 
 const std::string kUsed = "Error: The white card can't be used: this is ";
@@ -178,10 +179,6 @@ const Refusal kRefusals[] = {
     {"RowLengthOverflows", Hostile(65535, {{277, 4, 1, 0xFFFFFFFFu}, {256, 4, 1, 0xFFFFFFFFu}}), "",
      kUsed + "a TIFF of "},
 };
-
-void PrintTo(const Refusal& refusal, std::ostream* os) {
-    *os << refusal.label;
-}
 
 // The rows whose words are given for a subject, or for a card.
 std::vector<Refusal> With(std::string Refusal::*words) {
