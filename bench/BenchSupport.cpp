@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -16,6 +17,38 @@
 namespace fs = std::filesystem;
 
 namespace bench {
+
+namespace {
+// A bench stopped by a signal takes its scratch folder with it: gigabytes
+// left behind in /dev/shm squeeze the page cache and slow every later run on
+// the machine, whichever program it measures. The handler does only what a
+// signal handler may: it ends the program being measured, runs rm, and then
+// ends as the signal would have.
+char scratchFolder[4096] = "";
+volatile pid_t measured = 0;
+
+extern "C" void RemoveScratchAndEnd(int signal) {
+    if (measured > 0) {
+        ::kill(measured, SIGKILL);
+        ::waitpid(measured, nullptr, 0);
+    }
+    if (const pid_t rm = ::fork(); rm == 0) {
+        char* args[] = {const_cast<char*>("/bin/rm"), const_cast<char*>("-rf"), scratchFolder,
+                        nullptr};
+        ::execv(args[0], args);
+        ::_exit(127);
+    } else if (rm > 0) {
+        ::waitpid(rm, nullptr, 0);
+    }
+    ::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+void RemoveScratchOnSignals(const fs::path& folder) {
+    folder.string().copy(scratchFolder, sizeof scratchFolder - 1);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) ::signal(signal, RemoveScratchAndEnd);
+}
+}  // namespace
 
 Run Execute(const std::vector<std::string>& argv) {
     std::vector<char*> args;
@@ -29,9 +62,11 @@ Run Execute(const std::vector<std::string>& argv) {
         ::execv(args[0], args.data());
         std::_Exit(127);
     }
+    measured = pid;
     int status = 0;
     struct rusage usage {};
     ::wait4(pid, &status, 0, &usage);
+    measured = 0;
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
@@ -174,6 +209,7 @@ int RunAtDepths(int argc, char** argv, const DepthBench& bench, const std::vecto
         return 2;
     }
     const fs::path dir = pattern;
+    RemoveScratchOnSignals(dir);
     std::vector<std::string> clis = {cli};
     if (const char* before = std::getenv("BRISAVANE_BENCH_BEFORE")) {
         clis.push_back(fs::absolute(before).string());
