@@ -16,6 +16,7 @@
 #include "FileHashes.h"
 #include "JsonResults.h"
 #include "LibtiffFiles.h"
+#include "OutputFileName.h"
 #include "PngDecode.h"
 #include "ProgressLine.h"
 #include "ReferenceEqualize.h"
@@ -158,9 +159,8 @@ TEST(CliLines, FolderOnJobsThenAgain) {
     ChildResult r = run({"--jobs", "3", "--amount", "37.5"});
     std::string lines;
     for (const char* name : {"a.tif", "b.TIFF", "c.jfx", "s.tif", "s_eq.tif"}) {
-        const std::string output = rig.OutputPath(fs::path(name).stem().string() + "_eq.tif");
-        lines += name + std::string(": written ") +
-                 (name[0] == 'c' ? rig.OutputPath("c.jfx_eq.tif") : output) + "\n";
+        lines +=
+            name + std::string(": written ") + rig.OutputPath(CreateOutputFileName(name)) + "\n";
         if (name[0] == 'a') lines += "a.tiff: skipped: a.tif has the same output name\n";
     }
     EXPECT_EQ(r.out, lines);

@@ -6,6 +6,7 @@
 #include <QTimer>
 
 #include "App.h"
+#include "OutputFileName.h"
 #include "PictureCanvas.h"
 #include "WinAbout.h"
 #include "WindowFixture.h"
@@ -98,8 +99,7 @@ TEST_F(WindowTest, TheSamplesGoThroughTheWindow) {
         const std::string name = win->FileName(row);
         EXPECT_STREQ(MarkOf(*list, row), "check") << name;
         const std::string subject = testing_tiff::ReadFile(samples / "subjects" / name);
-        const std::string output =
-            testing_tiff::ReadFile(out / (std::filesystem::path(name).stem().string() + "_eq.tif"));
+        const std::string output = testing_tiff::ReadFile(out / CreateOutputFileName(name));
         EXPECT_EQ(output.size(), subject.size());
         EXPECT_NE(output, subject);  // the falloff was lifted
     }
